@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# Installs the Debian packages Brevlin needs to build, run and test, and only those that are missing.
+# Silent when nothing is missing. Works as root or through sudo.
+set -euo pipefail
+
+packages=(
+    # build
+    g++ cmake ninja-build pkg-config make
+    qt6-base-dev qt6-base-dev-tools libgl-dev libxcb1-dev
+    # run: the X11 and offscreen platform plugins, a font
+    qt6-qpa-plugins fonts-dejavu-core
+    # test: a virtual display with a real window manager, input and window inspection, screenshots,
+    # a sound server with a null sink, sound analysis, and the Windows cross compiler for the Win32 code
+    xvfb xauth openbox xdotool x11-utils imagemagick pulseaudio pulseaudio-utils sox g++-mingw-w64-x86-64
+)
+
+missing=()
+for package in "${packages[@]}"; do
+    status=$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null || true)
+    [ "$status" = "install ok installed" ] || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+if ! command -v apt-get >/dev/null; then
+    echo "These packages are missing and this is not a Debian-like system: ${missing[*]}" >&2
+    exit 1
+fi
+sudo=""
+if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || { echo "Missing packages (${missing[*]}); run as root or install sudo." >&2; exit 1; }
+    sudo="sudo"
+fi
+echo "Installing: ${missing[*]}"
+$sudo apt-get update -qq
+DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null

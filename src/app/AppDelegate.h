@@ -1,0 +1,97 @@
+#pragma once
+
+#include "Countdown.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QTimer>
+
+#include <memory>
+
+class Brevlin;
+class Playable;
+class QLineEdit;
+class QMenu;
+class QPushButton;
+class TitlelessPanel;
+
+namespace Ui {
+class MainInterface;
+}
+
+/// Commands the time field passes on while it is being edited.
+enum class TextCommand
+{
+    InsertNewline,
+    CancelOperation,
+    Other
+};
+
+/// The application's central object: loads the panel, runs the launch sequence, owns the panel's settings
+/// object and the countdown, and answers the panel's buttons, keys and menu.
+class AppDelegate : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Loads the main interface: the panel, its time field, both buttons and the menu actions.
+    explicit AppDelegate(QObject* parent = nullptr);
+    ~AppDelegate() override;
+
+    TitlelessPanel* panel() const { return m_panel; }
+    QLineEdit* input() const;
+    QPushButton* playButton() const;
+    QPushButton* pauseResetButton() const;
+    QMenu* rightClickMenu() const { return m_rightClickMenu; }
+    Brevlin* timerData() const { return m_timerData.get(); }
+
+    void applicationDidFinishLaunching();
+    void registerDefaults();
+    void copyDefaultSoundAndLoadSelectedSound();
+    void readPrefs();
+    void updateUI();
+    void windowDidResize();
+    void windowDidBecomeKey();
+    void tick();
+    /// Return in the time field starts the countdown. Never claims the command, so the field's own
+    /// handling of every key still follows.
+    bool controlTextViewDoCommandBySelector(TextCommand command);
+    void activatePowerPoint();
+
+    // The countdown's state, which lives beside the delegate.
+    const Countdown& countdown() const { return m_countdown; }
+    bool isPaused() const { return m_isPaused; }
+    const QTimer& countdownTimer() const { return m_countdownTimer; }
+
+    // The two loaded sounds the countdown plays; either may be empty.
+    std::shared_ptr<Playable> endSound() const { return m_endSound; }
+    void setEndSound(std::shared_ptr<Playable> sound) { m_endSound = std::move(sound); }
+    std::shared_ptr<Playable> reminderSound() const { return m_reminderSound; }
+    void setReminderSound(std::shared_ptr<Playable> sound) { m_reminderSound = std::move(sound); }
+
+public slots:
+    void startTimer();
+    void onPauseResetClick();
+    void handleTextColorChange();
+    void handleBgColorChange();
+    void quit();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    bool isEditingTime() const;
+    void endEditing();
+    void completeContextMenu();
+
+    std::unique_ptr<Ui::MainInterface> m_ui;
+    QPointer<TitlelessPanel> m_panel;
+    QMenu* m_rightClickMenu = nullptr;
+    std::unique_ptr<Brevlin> m_timerData;
+
+    Countdown m_countdown;
+    bool m_isPaused = true;
+    QTimer m_countdownTimer;
+    std::shared_ptr<Playable> m_endSound;
+    std::shared_ptr<Playable> m_reminderSound;
+};

@@ -1,0 +1,26 @@
+#include "AppDelegate.h"
+#include "TitlelessPanel.h"
+
+#include <QApplication>
+#include <QScreen>
+
+int main(int argc, char* argv[])
+{
+    QApplication app(argc, argv);
+    QApplication::setApplicationDisplayName(QStringLiteral("Brevlin"));
+    // The panel is a tool window; quitting is the context menu's job (or a close of the panel).
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    AppDelegate delegate;
+    // Top right of the main screen: out of the way of a slide's title and content, yet in sight.
+    if (const QScreen* screen = QGuiApplication::primaryScreen()) {
+        const QRect area = screen->availableGeometry();
+        constexpr int margin = 24;
+        delegate.panel()->move(area.right() - delegate.panel()->width() - margin, area.top() + margin);
+    }
+    // Shown before the launch sequence, as a loaded interface is, so the launch itself sends no resize
+    // and hands no focus away.
+    delegate.panel()->show();
+    delegate.applicationDidFinishLaunching();
+    return QApplication::exec();
+}

@@ -1,0 +1,111 @@
+// AppKit. Compiled with automatic reference counting; nothing here keeps an object beyond the call.
+//
+// Qt sets a window's level itself (floating for a tool window, modal-panel level for stay-on-top) and
+// sets it again on every flags change, full-screen change and re-creation of the native window, which
+// is why the caller applies floatAboveEverything after each of those.
+
+#include "Platform.h"
+
+#import <AppKit/AppKit.h>
+#include <CoreGraphics/CoreGraphics.h>
+
+namespace platform {
+namespace {
+
+// Shown on every Space, left in place when Spaces switch, allowed beside a full-screen window.
+constexpr NSWindowCollectionBehavior floatingCollectionBehavior =
+    NSWindowCollectionBehaviorCanJoinAllSpaces | NSWindowCollectionBehaviorStationary |
+    NSWindowCollectionBehaviorFullScreenAuxiliary;
+static_assert(floatingCollectionBehavior == 273, "the collection behaviour the panel is known to need");
+
+bool isOrContains(NSView* view, NativeWindow wanted)
+{
+    if (reinterpret_cast<NativeWindow>((__bridge void*)view) == wanted)
+        return true;
+    for (NSView* subview in [view subviews]) {
+        if (isOrContains(subview, wanted))
+            return true;
+    }
+    return false;
+}
+
+/// The window that holds the NSView that Qt gives as a window id (for a top-level window, its content
+/// view); nil if there is none. The id is only compared, never sent a message: it may be stale, or
+/// come from another Qt platform.
+NSWindow* windowOf(NativeWindow window)
+{
+    if (window == 0)
+        return nil;
+    for (NSWindow* candidate in [NSApp windows]) {
+        if (isOrContains([candidate contentView], window))
+            return candidate;
+    }
+    return nil;
+}
+
+} // namespace
+
+void activatePowerPoint() noexcept
+{
+    try {
+        @autoreleasepool {
+            @try {
+                NSArray<NSRunningApplication*>* running = [NSRunningApplication
+                    runningApplicationsWithBundleIdentifier:@"com.microsoft.Powerpoint"];
+                NSRunningApplication* powerPoint = [running firstObject];
+                if (!powerPoint)
+                    return;
+                // From macOS 14 activation is a request that the active application has to allow.
+                if (@available(macOS 14.0, *)) {
+                    if ([NSApp respondsToSelector:@selector(yieldActivationToApplication:)])
+                        [NSApp performSelector:@selector(yieldActivationToApplication:)
+                                    withObject:powerPoint];
+                }
+                [powerPoint activateWithOptions:NSApplicationActivateAllWindows];
+            } @catch (...) {
+            }
+        }
+    } catch (...) {
+    }
+}
+
+void floatAboveEverything(NativeWindow window) noexcept
+{
+    try {
+        @autoreleasepool {
+            @try {
+                NSWindow* nsWindow = windowOf(window);
+                if (!nsWindow)
+                    return;
+                [nsWindow setLevel:CGWindowLevelForKey(kCGStatusWindowLevelKey)];
+                [nsWindow setCollectionBehavior:floatingCollectionBehavior];
+                // A panel hides by default when its application is no longer active, and PowerPoint is
+                // made active right after every use of the panel.
+                if ([nsWindow respondsToSelector:@selector(setHidesOnDeactivate:)])
+                    [nsWindow setHidesOnDeactivate:NO];
+            } @catch (...) {
+            }
+        }
+    } catch (...) {
+    }
+}
+
+void setWindowShadow(NativeWindow window, bool hasShadow) noexcept
+{
+    try {
+        @autoreleasepool {
+            @try {
+                NSWindow* nsWindow = windowOf(window);
+                if (!nsWindow)
+                    return;
+                [nsWindow setHasShadow:hasShadow ? YES : NO];
+                // The shadow follows the window's shape, which changes with its contents.
+                [nsWindow invalidateShadow];
+            } @catch (...) {
+            }
+        }
+    } catch (...) {
+    }
+}
+
+} // namespace platform

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <QtGlobal>
+
+/// The one door to the persisted settings. Static members only: it holds no state of its own, fetches the
+/// shared UserDefaults on every call, hides the encodings (colours arrive and leave already archived, the
+/// sound list is one ":"-joined string), keeps the two sound indices inside the stored list, and after
+/// writing posts the change notification that the panel follows.
+class PreferenceController
+{
+public:
+    PreferenceController() = delete;
+
+    /// The identity every notification of this class carries as its object.
+    static const void* classObject();
+
+    static QString preferenceCountdownTime();
+    static void setPreferenceCountdownTime(const QString& value);
+
+    static QByteArray preferenceTextColor();
+    static void setPreferenceTextColor(const QByteArray& archivedColor);
+
+    static QByteArray preferenceBgColor();
+    static void setPreferenceBgColor(const QByteArray& archivedColor);
+
+    static bool preferenceDropShadow();
+    static void setPreferenceDropShadow(bool value);
+
+    static QStringList preferenceSoundFiles();
+    static void setPreferenceSoundFiles(const QStringList& names);
+
+    static qint64 preferenceSelectedSoundIndex();
+    static void setPreferenceSelectedSoundIndex(qint64 index);
+
+    static qint64 preferenceReminderSoundIndex();
+    static void setPreferenceReminderSoundIndex(qint64 index);
+
+    static QString preferenceSelectedSoundName();
+    static QString preferenceReminderSoundName();
+
+    static bool preferencePlaySound();
+    static void setPreferencePlaySound(bool value);
+
+    static bool preferenceContinueCountdown();
+    static void setPreferenceContinueCountdown(bool value);
+
+    static bool preferencePlayReminderSound();
+    static void setPreferencePlayReminderSound(bool value);
+
+    static QString preferenceRemindEveryInterval();
+    static void setPreferenceRemindEveryInterval(const QString& value);
+};

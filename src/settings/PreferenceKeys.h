@@ -1,0 +1,35 @@
+#pragma once
+
+// The texts under which every user's settings are stored and the names of the change notifications. They
+// are the stored format of existing settings, so they are kept exactly as they are, mixed prefixes
+// included ("DropShadow" and "RemindEveryIntervalChanged" have no "BRV").
+
+#include <QString>
+
+namespace PreferenceKeys {
+inline const QString CountdownTime = QStringLiteral("BRVCountdownTime");
+inline const QString TextColor = QStringLiteral("BRVTextColor");
+inline const QString BgColor = QStringLiteral("BRVBgColor");
+inline const QString DropShadow = QStringLiteral("DropShadow");
+inline const QString SoundFiles = QStringLiteral("SoundFiles");
+inline const QString SelectedSoundIndex = QStringLiteral("SelectedSoundIndex");
+/// The reminder sound's index, although its accessors say "ReminderSoundIndex".
+inline const QString SelectedReminderSoundIndex = QStringLiteral("SelectedReminderSoundIndex");
+inline const QString PlaySound = QStringLiteral("PlaySound");
+inline const QString ContinueCountdown = QStringLiteral("ContinueCountdown");
+inline const QString PlayReminderSound = QStringLiteral("PlayReminderSound");
+/// Never registered: while the user has not set it, the settings object's own 0:5:0 is in effect.
+inline const QString RemindEveryInterval = QStringLiteral("RemindEveryInterval");
+} // namespace PreferenceKeys
+
+namespace NotificationNames {
+inline const QString TextColorChanged = QStringLiteral("BRVTextColorChanged");
+inline const QString BgColorChanged = QStringLiteral("BRVBgColorChanged");
+inline const QString DropShadowChanged = QStringLiteral("BRVDropShadowChanged");
+inline const QString PlaySoundChanged = QStringLiteral("BRVPlaySoundChanged");
+inline const QString SoundSelectionChanged = QStringLiteral("BRVSoundSelectionChanged");
+inline const QString ContinueCountdownChanged = QStringLiteral("BRVContinueCountdownChanged");
+inline const QString PlayReminderSoundChanged = QStringLiteral("BRVPlayReminderSoundChanged");
+inline const QString ReminderSoundSelectionChanged = QStringLiteral("BRVReminderSoundSelectionChanged");
+inline const QString RemindEveryIntervalChanged = QStringLiteral("RemindEveryIntervalChanged");
+} // namespace NotificationNames

@@ -1,0 +1,574 @@
+// The delegate and its panel on the offscreen platform: launch, typing, buttons, focus hand-back, layout.
+#include "AppDelegate.h"
+#include "Brevlin.h"
+#include "ColorArchive.h"
+#include "FocusReturn.h"
+#include "Playable.h"
+#include "PreferenceController.h"
+#include "PreferenceKeys.h"
+#include "TestMain.h"
+#include "TitlelessPanel.h"
+#include "UserDefaults.h"
+
+#include <QElapsedTimer>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+
+namespace {
+
+class CountingSound : public Playable
+{
+public:
+    void play() override { ++plays; }
+    int plays = 0;
+};
+
+const QStringList allKeys = {PreferenceKeys::CountdownTime,
+                             PreferenceKeys::TextColor,
+                             PreferenceKeys::BgColor,
+                             PreferenceKeys::DropShadow,
+                             PreferenceKeys::SoundFiles,
+                             PreferenceKeys::SelectedSoundIndex,
+                             PreferenceKeys::SelectedReminderSoundIndex,
+                             PreferenceKeys::PlaySound,
+                             PreferenceKeys::ContinueCountdown,
+                             PreferenceKeys::PlayReminderSound,
+                             PreferenceKeys::RemindEveryInterval};
+
+} // namespace
+
+class TestAppDelegate : public QObject
+{
+    Q_OBJECT
+
+private:
+    int m_activations = 0;
+    std::unique_ptr<AppDelegate> m_delegate;
+
+    AppDelegate& launch(QSize size = {340, 120})
+    {
+        m_delegate = std::make_unique<AppDelegate>();
+        m_delegate->panel()->resize(size);
+        m_delegate->panel()->show();
+        m_delegate->applicationDidFinishLaunching();
+        if (!QTest::qWaitForWindowActive(m_delegate->panel()))
+            qWarning("panel not active");
+        // Let the activation that follows the first show be handled before the test acts.
+        QTest::qWait(20);
+        return *m_delegate;
+    }
+
+    // Clicks where a presenter's pointer would land: on whatever widget lies topmost at that point.
+    static void clickAt(QWidget* panel, QPoint point, Qt::MouseButton button = Qt::LeftButton)
+    {
+        QWidget* target = panel->childAt(point);
+        if (!target)
+            target = panel;
+        QTest::mouseClick(target, button, {}, target->mapFrom(panel, point));
+    }
+
+    static int gapAfterField(const AppDelegate& d)
+    {
+        const QRect field = d.input()->geometry();
+        return d.playButton()->x() - (field.x() + field.width());
+    }
+
+    void typeAndReturn(const QString& text)
+    {
+        QLineEdit* field = m_delegate->input();
+        field->setFocus();
+        field->selectAll();
+        QTest::keyClicks(field, text);
+        QTest::keyClick(field, Qt::Key_Return);
+    }
+
+private slots:
+    void init()
+    {
+        for (const QString& key : allKeys)
+            UserDefaults::standardUserDefaults().removeObjectForKey(key);
+        m_activations = 0;
+        FocusReturn::setActivator([this] { ++m_activations; });
+    }
+
+    void cleanup()
+    {
+        m_delegate.reset();
+        FocusReturn::setActivator({});
+    }
+
+    void firstLaunchShowsOneMinuteWithThePlayButtonToTheRight()
+    {
+        AppDelegate& d = launch();
+        QCOMPARE(d.input()->text(), QStringLiteral("00:01:00"));
+        QVERIFY(d.playButton()->isVisible());
+        QVERIFY(gapAfterField(d) > 0);
+        QVERIFY(!d.pauseResetButton()->isEnabled());
+        QVERIFY(!d.input()->isReadOnly());
+        QVERIFY(d.isPaused());
+        QVERIFY(!d.countdownTimer().isActive());
+        // Everything is centred vertically.
+        const int panelMiddle = d.panel()->height() / 2;
+        QVERIFY(qAbs(d.input()->geometry().center().y() - panelMiddle) <= 1);
+        QVERIFY(qAbs(d.playButton()->geometry().center().y() - panelMiddle) <= 1);
+    }
+
+    void launchNeverHandsFocusAway()
+    {
+        launch();
+        QTest::qWait(50);
+        QCOMPARE(m_activations, 0);
+    }
+
+    void launchConfiguresTheFloatingPanel()
+    {
+        AppDelegate& d = launch();
+        QCOMPARE(d.panel()->level(), TitlelessPanel::Level::Status);
+        QCOMPARE(d.panel()->collectionBehavior(), 273);
+        QVERIFY(d.panel()->isMovableByWindowBackground());
+        QVERIFY(d.panel()->windowFlags() & Qt::FramelessWindowHint);
+        QVERIFY(d.panel()->windowFlags() & Qt::WindowStaysOnTopHint);
+        QVERIFY(TitlelessPanel::canBecomeKeyWindow());
+        QVERIFY(d.panel()->hasShadow());
+        // The stored default colours: black text on white.
+        QCOMPARE(d.panel()->backgroundColor(), QColor(Qt::white));
+        QCOMPARE(d.input()->palette().color(QPalette::Text), QColor(Qt::black));
+    }
+
+    void launchAppliesStoredColoursAndShadow()
+    {
+        PreferenceController::setPreferenceTextColor(archivedDataWithRootObject(QColor(255, 200, 0)));
+        PreferenceController::setPreferenceBgColor(archivedDataWithRootObject(QColor(20, 30, 90)));
+        PreferenceController::setPreferenceDropShadow(false);
+        AppDelegate& d = launch();
+        QCOMPARE(d.input()->palette().color(QPalette::Text), QColor(255, 200, 0));
+        QCOMPARE(d.panel()->backgroundColor(), QColor(20, 30, 90));
+        QVERIFY(!d.panel()->hasShadow());
+        // What the presenter sees: the panel's pixels are the stored background.
+        const QImage image = d.panel()->grab().toImage();
+        QCOMPARE(image.pixelColor(3, 3), QColor(20, 30, 90));
+    }
+
+    void damagedStoredColoursDoNotBreakTheLaunch()
+    {
+        UserDefaults::standardUserDefaults().setObject(QByteArray("not a colour"), PreferenceKeys::TextColor);
+        UserDefaults::standardUserDefaults().setObject(QStringLiteral("junk"), PreferenceKeys::BgColor);
+        AppDelegate& d = launch();
+        QCOMPARE(d.input()->text(), QStringLiteral("00:01:00"));
+        QVERIFY(d.input()->palette().color(QPalette::Text).isValid());
+        QVERIFY(d.panel()->backgroundColor().isValid());
+    }
+
+    void registerDefaultsTwiceGivesAFreshSettingsObject()
+    {
+        AppDelegate d;
+        d.registerDefaults();
+        d.timerData()->setPlaySound(false);
+        d.timerData()->setRemindEveryInterval(QStringLiteral("0:0:9"));
+        d.registerDefaults();
+        QVERIFY(d.timerData()->playSound());
+        QCOMPARE(d.timerData()->remindEveryIntervalSeconds(), 300);
+        QCOMPARE(PreferenceController::preferenceCountdownTime(), QStringLiteral("00:01:00"));
+    }
+
+    void readPrefsCopiesTheStoredSettings()
+    {
+        PreferenceController::setPreferenceCountdownTime(QStringLiteral("00:20:00"));
+        PreferenceController::setPreferencePlaySound(false);
+        PreferenceController::setPreferenceContinueCountdown(false);
+        PreferenceController::setPreferencePlayReminderSound(false);
+        PreferenceController::setPreferenceRemindEveryInterval(QStringLiteral("0:1:30"));
+        PreferenceController::setPreferenceSoundFiles({"a.wav", "b.wav", "c.wav"});
+        PreferenceController::setPreferenceSelectedSoundIndex(2);
+        PreferenceController::setPreferenceReminderSoundIndex(1);
+        PreferenceController::setPreferenceBgColor(archivedDataWithRootObject(Qt::red));
+
+        AppDelegate d;
+        d.registerDefaults();
+        d.readPrefs();
+        const Brevlin& data = *d.timerData();
+        QCOMPARE(data.countdownTime(), QStringLiteral("00:20:00"));
+        QVERIFY(!data.playSound());
+        QVERIFY(!data.continueCountdown());
+        QVERIFY(!data.playReminderSound());
+        QCOMPARE(data.remindEveryInterval(), QStringLiteral("0:1:30"));
+        QCOMPARE(data.remindEveryIntervalSeconds(), 90);
+        QCOMPARE(data.selectedSoundName(), QStringLiteral("c.wav"));
+        QCOMPARE(data.reminderSoundName(), QStringLiteral("b.wav"));
+        // The list, the indices and the colours are not the panel's business here.
+        QCOMPARE(data.soundFiles(), Brevlin().soundFiles());
+        QCOMPARE(data.selectedSoundIndex(), 0);
+        QCOMPARE(data.reminderSoundIndex(), 4);
+        QCOMPARE(data.bgColor(), QColor(Qt::white));
+    }
+
+    void readPrefsWithoutAStoredIntervalKeepsFiveMinutes()
+    {
+        AppDelegate d;
+        d.registerDefaults();
+        d.readPrefs();
+        QVERIFY(d.timerData()->remindEveryInterval().isNull());
+        QCOMPARE(d.timerData()->remindEveryIntervalSeconds(), 300);
+        QCOMPARE(d.timerData()->selectedSoundName(), QStringLiteral("Left Coast Piano.mp3"));
+        QCOMPARE(d.timerData()->reminderSoundName(), QStringLiteral("click_tin.wav"));
+    }
+
+    void returnInTheFieldStartsTheCountdown()
+    {
+        AppDelegate& d = launch();
+        typeAndReturn(QStringLiteral("0:0:5"));
+        QVERIFY(d.countdownTimer().isActive());
+        QCOMPARE(d.input()->text(), QStringLiteral("00:00:05"));
+        QCOMPARE(PreferenceController::preferenceCountdownTime(), QStringLiteral("00:00:05"));
+        QVERIFY(!d.isPaused());
+        QCOMPARE(m_activations, 1);
+        // Editing has ended: the field is read-only, without focus, and the play button is gone.
+        QVERIFY(d.input()->isReadOnly());
+        QVERIFY(d.panel()->focusWidget() != d.input());
+        QVERIFY(d.playButton()->isHidden());
+        QVERIFY(d.pauseResetButton()->isEnabled());
+        QCOMPARE(d.pauseResetButton()->geometry(), d.input()->geometry());
+    }
+
+    void escapeIsNotActedUpon()
+    {
+        AppDelegate& d = launch();
+        d.input()->setFocus();
+        QTest::keyClick(d.input(), Qt::Key_Escape);
+        QVERIFY(!d.countdownTimer().isActive());
+        QCOMPARE(m_activations, 0);
+        QVERIFY(!d.controlTextViewDoCommandBySelector(TextCommand::CancelOperation));
+        QVERIFY(!d.controlTextViewDoCommandBySelector(TextCommand::Other));
+        QVERIFY(!d.countdownTimer().isActive());
+    }
+
+    void theNewlineCommandIsNeverClaimed()
+    {
+        AppDelegate& d = launch();
+        d.input()->setText(QStringLiteral("0:0:5"));
+        QVERIFY(!d.controlTextViewDoCommandBySelector(TextCommand::InsertNewline));
+        QVERIFY(d.countdownTimer().isActive());
+    }
+
+    void thePlayButtonStartsTheCountdown()
+    {
+        AppDelegate& d = launch();
+        d.input()->setText(QStringLiteral("0:2:0"));
+        clickAt(d.panel(), d.playButton()->geometry().center());
+        QVERIFY(d.countdownTimer().isActive());
+        QCOMPARE(d.input()->text(), QStringLiteral("00:02:00"));
+    }
+
+    void refusedTextsStillReturnFocus_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::newRow("5") << QStringLiteral("5");
+        QTest::newRow("5:00") << QStringLiteral("5:00");
+        QTest::newRow("1:2:3:4") << QStringLiteral("1:2:3:4");
+    }
+    void refusedTextsStillReturnFocus()
+    {
+        QFETCH(QString, typed);
+        AppDelegate& d = launch();
+        typeAndReturn(typed);
+        QCOMPARE(m_activations, 1);
+        QVERIFY(!d.countdownTimer().isActive());
+        QCOMPARE(d.input()->text(), typed);
+        QVERIFY(d.isPaused());
+        QCOMPARE(PreferenceController::preferenceCountdownTime(), QStringLiteral("00:01:00"));
+    }
+
+    void aRefusedTextLeavesARunningCountdownRunning()
+    {
+        AppDelegate& d = launch();
+        typeAndReturn(QStringLiteral("0:10:0"));
+        d.tick();
+        d.input()->setText(QStringLiteral("5"));
+        d.startTimer();
+        QVERIFY(d.countdownTimer().isActive());
+        QCOMPARE(d.countdown().remainingSeconds(), 599);
+    }
+
+    void fieldsArePersistedAsShown()
+    {
+        AppDelegate& d = launch();
+        typeAndReturn(QStringLiteral("0:90:0"));
+        QCOMPARE(d.input()->text(), QStringLiteral("00:90:00"));
+        QCOMPARE(PreferenceController::preferenceCountdownTime(), QStringLiteral("00:90:00"));
+        d.tick();
+        QCOMPARE(d.input()->text(), QStringLiteral("01:29:59"));
+        // Only a start persists: a tick does not.
+        QCOMPARE(PreferenceController::preferenceCountdownTime(), QStringLiteral("00:90:00"));
+    }
+
+    void aClickOnTheRunningTimePausesIt()
+    {
+        AppDelegate& d = launch();
+        typeAndReturn(QStringLiteral("0:0:30"));
+        d.tick();
+        clickAt(d.panel(), d.input()->geometry().center());
+        QVERIFY(d.isPaused());
+        QVERIFY(!d.countdownTimer().isActive());
+        QCOMPARE(d.input()->text(), QStringLiteral("00:00:29"));
+        QVERIFY(!d.input()->isReadOnly());
+        QVERIFY(d.playButton()->isVisible());
+        QVERIFY(!d.pauseResetButton()->isEnabled());
+        // Pausing itself hands nothing away: only the start did.
+        QCOMPARE(m_activations, 1);
+    }
+
+    void afterPausingTheTimeCanBeClickedAndEdited()
+    {
+        AppDelegate& d = launch();
+        typeAndReturn(QStringLiteral("0:0:30"));
+        d.onPauseResetClick();
+        // The disabled pause button still lies over the time; the click must reach the field.
+        const QPoint onTime = d.input()->geometry().center();
+        QCOMPARE(d.panel()->childAt(onTime), d.input());
+        clickAt(d.panel(), onTime);
+        QCOMPARE(d.panel()->focusWidget(), d.input());
+        QCOMPARE(m_activations, 1);
+    }
+
+    void pauseThenStartResumesAndPersistsTheResumedTime()
+    {
+        AppDelegate& d = launch();
+        typeAndReturn(QStringLiteral("0:0:10"));
+        for (int i = 0; i < 3; ++i)
+            d.tick();
+        d.onPauseResetClick();
+        d.startTimer();
+        QCOMPARE(d.countdown().remainingSeconds(), 7);
+        QCOMPARE(PreferenceController::preferenceCountdownTime(), QStringLiteral("00:00:07"));
+    }
+
+    void pausedOvertimeResumesAsOvertime()
+    {
+        AppDelegate& d = launch();
+        typeAndReturn(QStringLiteral("0:0:1"));
+        for (int i = 0; i < 4; ++i)
+            d.tick();
+        QCOMPARE(d.input()->text(), QStringLiteral("-00:00:03"));
+        d.onPauseResetClick();
+        d.startTimer();
+        QCOMPARE(d.countdown().remainingSeconds(), -3);
+        d.tick();
+        QCOMPARE(d.input()->text(), QStringLiteral("-00:00:04"));
+    }
+
+    void atZeroWithoutContinuingTheCountStopsAndStaysRunningLooking()
+    {
+        PreferenceController::setPreferenceContinueCountdown(false);
+        AppDelegate& d = launch();
+        typeAndReturn(QStringLiteral("00:00:03"));
+        QStringList shown;
+        for (int i = 0; i < 5; ++i) {
+            d.tick();
+            shown << d.input()->text();
+        }
+        QCOMPARE(shown, QStringList({"00:00:02", "00:00:01", "00:00:00", "00:00:00", "00:00:00"}));
+        QVERIFY(!d.countdownTimer().isActive());
+        QVERIFY(!d.isPaused());
+        QVERIFY(d.playButton()->isHidden());
+        QVERIFY(d.pauseResetButton()->isEnabled());
+    }
+
+    void soundsAreAskedToPlayExactlyOnTheirTicks()
+    {
+        AppDelegate& d = launch();
+        auto end = std::make_shared<CountingSound>();
+        auto reminder = std::make_shared<CountingSound>();
+        d.setEndSound(end);
+        d.setReminderSound(reminder);
+        d.timerData()->setRemindEveryInterval(QStringLiteral("0:0:2"));
+        typeAndReturn(QStringLiteral("0:0:2"));
+        QList<int> endAt, reminderAt;
+        for (int i = 1; i <= 7; ++i) {
+            const int endBefore = end->plays, reminderBefore = reminder->plays;
+            d.tick();
+            if (end->plays != endBefore)
+                endAt << i;
+            if (reminder->plays != reminderBefore)
+                reminderAt << i;
+        }
+        // Ticks: 1, 0, -1 (end), -2 (reminder), -3, -4 (reminder), -5.
+        QCOMPARE(endAt, QList<int>({3}));
+        QCOMPARE(reminderAt, QList<int>({4, 6}));
+    }
+
+    void emptySoundHandlesPlayNothingAndBreakNothing()
+    {
+        AppDelegate& d = launch();
+        d.timerData()->setRemindEveryInterval(QStringLiteral("0:0:1"));
+        typeAndReturn(QStringLiteral("0:0:1"));
+        for (int i = 0; i < 4; ++i)
+            d.tick();
+        QCOMPARE(d.input()->text(), QStringLiteral("-00:00:03"));
+    }
+
+    void aNewStartReplacesTheRunningCount()
+    {
+        AppDelegate& d = launch();
+        typeAndReturn(QStringLiteral("0:0:30"));
+        d.tick();
+        d.input()->setText(QStringLiteral("0:5:0"));
+        d.startTimer();
+        QVERIFY(d.countdownTimer().isActive());
+        QCOMPARE(d.countdown().remainingSeconds(), 300);
+    }
+
+    void aPressOnThePanelBackgroundReturnsFocus()
+    {
+        AppDelegate& d = launch();
+        clickAt(d.panel(), {15, 15});
+        QCOMPARE(m_activations, 1);
+        // The right button opens the menu instead.
+        clickAt(d.panel(), {15, 15}, Qt::RightButton);
+        QCOMPARE(m_activations, 1);
+    }
+
+    void aTouchOnThePanelReturnsFocus()
+    {
+        AppDelegate& d = launch();
+        QPointingDevice* touchscreen = QTest::createTouchDevice();
+        QTest::touchEvent(d.panel(), touchscreen).press(0, {15, 15});
+        QCOMPARE(m_activations, 0);
+        QTest::touchEvent(d.panel(), touchscreen).release(0, {15, 15});
+        QCOMPARE(m_activations, 1);
+    }
+
+    void resizingRelayoutsAndReturnsFocus()
+    {
+        AppDelegate& d = launch({340, 120});
+        const int before = d.input()->font().pixelSize();
+        d.panel()->resize(680, 240);
+        QCOMPARE(m_activations, 1);
+        QVERIFY(d.input()->font().pixelSize() > before);
+        QVERIFY(gapAfterField(d) > 0);
+        QVERIFY2(d.playButton()->geometry().right() < d.panel()->width(),
+                 qPrintable(QStringLiteral("field %1+%2 button %3+%4 font %5")
+                                .arg(d.input()->x())
+                                .arg(d.input()->width())
+                                .arg(d.playButton()->x())
+                                .arg(d.playButton()->width())
+                                .arg(d.input()->font().pixelSize())));
+    }
+
+    void becomingKeyWhileNotEditingReturnsFocus()
+    {
+        AppDelegate& d = launch();
+        typeAndReturn(QStringLiteral("0:5:0"));
+        QCOMPARE(m_activations, 1);
+        d.panel()->windowDidBecomeKey();
+        QTRY_COMPARE(m_activations, 2);
+    }
+
+    void becomingKeyWhileTypingKeepsFocus()
+    {
+        AppDelegate& d = launch();
+        d.input()->setFocus();
+        QCOMPARE(d.panel()->focusWidget(), d.input());
+        d.panel()->windowDidBecomeKey();
+        QTest::qWait(50);
+        QCOMPARE(m_activations, 0);
+    }
+
+    void theDigitsGrowWhenTheCountStartsAndShrinkOnPause()
+    {
+        AppDelegate& d = launch({340, 200});
+        const int idle = d.input()->font().pixelSize();
+        typeAndReturn(QStringLiteral("0:5:0"));
+        const int running = d.input()->font().pixelSize();
+        QVERIFY2(running > idle, qPrintable(QStringLiteral("%1 %2").arg(idle).arg(running)));
+        d.onPauseResetClick();
+        QCOMPARE(d.input()->font().pixelSize(), idle);
+    }
+
+    void aPanelThirtyHighUsesSizeNine()
+    {
+        AppDelegate& d = launch({300, 30});
+        QCOMPARE(d.input()->font().pixelSize(), 9);
+    }
+
+    void aHugePanelUsesSize999()
+    {
+        AppDelegate& d = launch({20000, 20000});
+        QCOMPARE(d.input()->font().pixelSize(), 999);
+    }
+
+    void thePlayButtonSitsASeventhFurtherFromAnEightCharacterTime()
+    {
+        AppDelegate& d = launch({500, 150});
+        QCOMPARE(d.input()->text().size(), 8);
+        const int width = d.input()->width();
+        QVERIFY(qAbs(gapAfterField(d) - (10 + width / 7.0)) <= 1.0);
+    }
+
+    void thePlayButtonSitsTheGapFromANineCharacterTime()
+    {
+        AppDelegate& d = launch({500, 150});
+        typeAndReturn(QStringLiteral("-0:0:5"));
+        d.onPauseResetClick();
+        QCOMPARE(d.input()->text(), QStringLiteral("-00:00:05"));
+        QVERIFY(qAbs(gapAfterField(d) - 10) <= 1);
+    }
+
+    void theMinusSignRelaysTheRunningTimeOut()
+    {
+        AppDelegate& d = launch({500, 150});
+        typeAndReturn(QStringLiteral("0:0:1"));
+        d.tick();
+        d.tick();
+        QCOMPARE(d.input()->text(), QStringLiteral("-00:00:01"));
+        // Centred again now that the text is wider, and the pause button follows it.
+        const QRect field = d.input()->geometry();
+        QVERIFY(qAbs((field.x() + field.width() / 2.0) - d.panel()->width() / 2.0) <= 1);
+        QCOMPARE(d.pauseResetButton()->geometry(), field);
+    }
+
+    void theWholeTimeIsVisibleInTheField()
+    {
+        AppDelegate& d = launch({340, 120});
+        for (const QString& text : {QStringLiteral("-00:00:05"), QStringLiteral("100:00:00")}) {
+            d.input()->setText(text);
+            d.updateUI();
+            auto caret = [&d] { return d.input()->inputMethodQuery(Qt::ImCursorRectangle).toRect(); };
+            // Nothing scrolled out: the start of the text is at the start of the field, the end inside it.
+            d.input()->setCursorPosition(0);
+            QVERIFY2(caret().left() <= 3, qPrintable(text));
+            d.input()->setCursorPosition(int(text.size()));
+            QVERIFY2(caret().right() <= d.input()->width(), qPrintable(text));
+        }
+    }
+
+    void aRealThreeSecondCountdownReachesOvertimeAfterAboutFourSeconds()
+    {
+        AppDelegate& d = launch();
+        QElapsedTimer clock;
+        clock.start();
+        typeAndReturn(QStringLiteral("0:0:3"));
+        QTRY_COMPARE_WITH_TIMEOUT(d.input()->text(), QStringLiteral("-00:00:01"), 10000);
+        const qint64 elapsed = clock.elapsed();
+        QVERIFY2(elapsed > 3500 && elapsed < 7000, qPrintable(QString::number(elapsed)));
+    }
+
+    void quitEndsTheEventLoop()
+    {
+        AppDelegate& d = launch();
+        QTimer::singleShot(0, &d, &AppDelegate::quit);
+        QTimer watchdog;
+        watchdog.setSingleShot(true);
+        bool timedOut = false;
+        connect(&watchdog, &QTimer::timeout, [&] {
+            timedOut = true;
+            QCoreApplication::exit(1);
+        });
+        watchdog.start(5000);
+        QCOMPARE(QCoreApplication::exec(), 0);
+        QVERIFY(!timedOut);
+    }
+};
+
+BREVLIN_TEST_MAIN_WIDGETS(TestAppDelegate)
+#include "tst_appdelegate.moc"

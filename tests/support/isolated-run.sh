@@ -1,0 +1,88 @@
+#!/usr/bin/env bash
+# Runs one test with its own home, settings and data folders, and, when asked, its own X server with a
+# real window manager or its own PulseAudio daemon with a null sink. Nothing the test does can reach the
+# user's real settings, sound folder, display or speakers.
+#
+#   isolated-run.sh [--offscreen] [--x11] [--pulse] -- command [args...]
+set -u
+
+want_offscreen=0 want_x11=0 want_pulse=0
+while [ $# -gt 0 ]; do
+    case "$1" in
+    --offscreen) want_offscreen=1 ;;
+    --x11) want_x11=1 ;;
+    --pulse) want_pulse=1 ;;
+    --) shift; break ;;
+    *) echo "isolated-run: unknown option $1" >&2; exit 2 ;;
+    esac
+    shift
+done
+[ $# -gt 0 ] || { echo "isolated-run: no command" >&2; exit 2; }
+
+root=$(mktemp -d "${TMPDIR:-/tmp}/brevlin-test.XXXXXX")
+pids=()
+cleanup() {
+    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null; done
+    for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null; done
+    rm -rf "$root"
+}
+trap cleanup EXIT
+trap 'exit 143' TERM INT
+
+export HOME="$root/home"
+export XDG_CONFIG_HOME="$HOME/.config" XDG_DATA_HOME="$HOME/.local/share" XDG_CACHE_HOME="$HOME/.cache"
+export XDG_RUNTIME_DIR="$root/runtime"
+mkdir -p "$XDG_CONFIG_HOME" "$XDG_DATA_HOME" "$XDG_CACHE_HOME" "$XDG_RUNTIME_DIR"
+chmod 700 "$XDG_RUNTIME_DIR"
+# Texts and number formats must not depend on the machine's locale.
+export LC_ALL=C.UTF-8 LANG=C.UTF-8
+unset WAYLAND_DISPLAY SESSION_MANAGER
+export QT_QPA_PLATFORM=minimal
+
+if [ "$want_offscreen" = 1 ]; then
+    export QT_QPA_PLATFORM=offscreen
+    unset DISPLAY
+fi
+
+if [ "$want_x11" = 1 ]; then
+    command -v Xvfb >/dev/null || { echo "isolated-run: Xvfb is missing (make deps)" >&2; exit 1; }
+    exec 3<> "$root/displayfd"
+    Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp -noreset >"$root/xvfb.log" 2>&1 &
+    pids+=($!)
+    for _ in $(seq 100); do
+        num=$(head -n1 "$root/displayfd" 2>/dev/null)
+        [ -n "$num" ] && break
+        sleep 0.05
+    done
+    [ -n "${num:-}" ] || { echo "isolated-run: Xvfb did not start" >&2; cat "$root/xvfb.log" >&2; exit 1; }
+    export DISPLAY=":$num"
+    export QT_QPA_PLATFORM=xcb
+    openbox --sm-disable >"$root/openbox.log" 2>&1 &
+    pids+=($!)
+    # The window manager is ready once it has announced itself on the root window.
+    for _ in $(seq 100); do
+        xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && break
+        sleep 0.05
+    done
+fi
+
+if [ "$want_pulse" = 1 ]; then
+    command -v pulseaudio >/dev/null || { echo "isolated-run: pulseaudio is missing (make deps)" >&2; exit 1; }
+    export PULSE_RUNTIME_PATH="$XDG_RUNTIME_DIR/pulse" PULSE_STATE_PATH="$root/pulse-state"
+    unset PULSE_SERVER
+    pulseaudio --daemonize=no --exit-idle-time=-1 --disallow-exit -n \
+        --load="module-native-protocol-unix" \
+        --load="module-null-sink sink_name=brevlin_test sink_properties=device.description=BrevlinTest" \
+        --load="module-always-sink" >"$root/pulse.log" 2>&1 &
+    pids+=($!)
+    for _ in $(seq 100); do
+        pactl info >/dev/null 2>&1 && break
+        sleep 0.05
+    done
+    pactl set-default-sink brevlin_test >/dev/null 2>&1 || { echo "isolated-run: PulseAudio did not start" >&2; cat "$root/pulse.log" >&2; exit 1; }
+    export BREVLIN_TEST_SINK_MONITOR="brevlin_test.monitor"
+fi
+
+"$@" &
+child=$!
+wait "$child"
