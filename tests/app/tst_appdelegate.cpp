@@ -6,6 +6,7 @@
 #include "Playable.h"
 #include "PreferenceController.h"
 #include "PreferenceKeys.h"
+#include "StoredSettings.h"
 #include "TestMain.h"
 #include "TitlelessPanel.h"
 #include "UserDefaults.h"
@@ -23,18 +24,6 @@ public:
     void play() override { ++plays; }
     int plays = 0;
 };
-
-const QStringList allKeys = {PreferenceKeys::CountdownTime,
-                             PreferenceKeys::TextColor,
-                             PreferenceKeys::BgColor,
-                             PreferenceKeys::DropShadow,
-                             PreferenceKeys::SoundFiles,
-                             PreferenceKeys::SelectedSoundIndex,
-                             PreferenceKeys::SelectedReminderSoundIndex,
-                             PreferenceKeys::PlaySound,
-                             PreferenceKeys::ContinueCountdown,
-                             PreferenceKeys::PlayReminderSound,
-                             PreferenceKeys::RemindEveryInterval};
 
 } // namespace
 
@@ -86,8 +75,7 @@ private:
 private slots:
     void init()
     {
-        for (const QString& key : allKeys)
-            UserDefaults::standardUserDefaults().removeObjectForKey(key);
+        StoredSettings::forgetAll();
         m_activations = 0;
         FocusReturn::setActivator([this] { ++m_activations; });
     }

@@ -4,6 +4,7 @@
 #include "ColorArchive.h"
 #include "PreferenceController.h"
 #include "PreferenceKeys.h"
+#include "StoredSettings.h"
 #include "TestMain.h"
 #include "UserDefaults.h"
 
@@ -15,18 +16,6 @@ UserDefaults& defaults()
 {
     return UserDefaults::standardUserDefaults();
 }
-
-const QStringList AllKeys{PreferenceKeys::CountdownTime,
-                          PreferenceKeys::TextColor,
-                          PreferenceKeys::BgColor,
-                          PreferenceKeys::DropShadow,
-                          PreferenceKeys::SoundFiles,
-                          PreferenceKeys::SelectedSoundIndex,
-                          PreferenceKeys::SelectedReminderSoundIndex,
-                          PreferenceKeys::PlaySound,
-                          PreferenceKeys::ContinueCountdown,
-                          PreferenceKeys::PlayReminderSound,
-                          PreferenceKeys::RemindEveryInterval};
 
 // A settings object whose every registered value differs from the built-in one.
 Brevlin changedSettings()
@@ -67,9 +56,7 @@ private slots:
 
 void TestDefaultsRegistration::init()
 {
-    for (const QString& key : AllKeys)
-        defaults().removeObjectForKey(key);
-    defaults().removeRegisteredDefaults();
+    StoredSettings::forgetAll();
 }
 
 void TestDefaultsRegistration::holdsExactlyTheBuiltInValues()

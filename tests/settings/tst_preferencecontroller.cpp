@@ -6,6 +6,7 @@
 #include "NotificationCenter.h"
 #include "PreferenceKeys.h"
 #include "SettingsFile.h"
+#include "StoredSettings.h"
 #include "TestMain.h"
 #include "UserDefaults.h"
 
@@ -19,18 +20,6 @@ namespace {
 const QStringList BuiltInSounds{QStringLiteral("Left Coast Piano.mp3"), QStringLiteral("Piano 1.mp3"),
                                 QStringLiteral("School Bell.mp3"), QStringLiteral("Harp Compound.mp3"),
                                 QStringLiteral("click_tin.wav")};
-
-const QStringList AllKeys{PreferenceKeys::CountdownTime,
-                          PreferenceKeys::TextColor,
-                          PreferenceKeys::BgColor,
-                          PreferenceKeys::DropShadow,
-                          PreferenceKeys::SoundFiles,
-                          PreferenceKeys::SelectedSoundIndex,
-                          PreferenceKeys::SelectedReminderSoundIndex,
-                          PreferenceKeys::PlaySound,
-                          PreferenceKeys::ContinueCountdown,
-                          PreferenceKeys::PlayReminderSound,
-                          PreferenceKeys::RemindEveryInterval};
 
 const QStringList AllNames{
     NotificationNames::TextColorChanged,          NotificationNames::BgColorChanged,
@@ -177,13 +166,7 @@ private slots:
 
 void TestPreferenceController::init()
 {
-    // Take in what the last test wrote behind the store's back first: QSettings only removes keys it has
-    // already read.
-    defaults().synchronize();
-    for (const QString& key : AllKeys)
-        defaults().removeObjectForKey(key);
-    defaults().removeRegisteredDefaults();
-    defaults().synchronize();
+    StoredSettings::forgetAll();
     g_received.clear();
 }
 

@@ -1,0 +1,40 @@
+#pragma once
+
+// Every test that touches the store starts from an empty one: no user values, no registered defaults.
+
+#include "PreferenceKeys.h"
+#include "UserDefaults.h"
+
+#include <QStringList>
+
+namespace StoredSettings {
+
+inline const QStringList& allKeys()
+{
+    static const QStringList keys{PreferenceKeys::CountdownTime,
+                                  PreferenceKeys::TextColor,
+                                  PreferenceKeys::BgColor,
+                                  PreferenceKeys::DropShadow,
+                                  PreferenceKeys::SoundFiles,
+                                  PreferenceKeys::SelectedSoundIndex,
+                                  PreferenceKeys::SelectedReminderSoundIndex,
+                                  PreferenceKeys::PlaySound,
+                                  PreferenceKeys::ContinueCountdown,
+                                  PreferenceKeys::PlayReminderSound,
+                                  PreferenceKeys::RemindEveryInterval};
+    return keys;
+}
+
+/// Removes every user value and every registered default.
+inline void forgetAll()
+{
+    UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    // Take in what was written behind the store's back first: QSettings only removes keys it has read.
+    defaults.synchronize();
+    for (const QString& key : allKeys())
+        defaults.removeObjectForKey(key);
+    defaults.removeRegisteredDefaults();
+    defaults.synchronize();
+}
+
+} // namespace StoredSettings
