@@ -27,9 +27,10 @@ run: build
 test: build
 	@ctest --preset $(PRESET) -j2
 
-bench: deps
+bench:
+	@scripts/install-deps.sh --bench
 	@cmake --preset release >/dev/null && cmake --build --preset release
-	@bench/run.sh build/release
+	@bench/run.sh build/release $(BENCH_ARGS)
 
 format:
 	@git ls-files '*.cpp' '*.h' '*.mm' | xargs clang-format -i

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages Brevlin needs to build, run and test, and only those that are missing.
-# Silent when nothing is missing. Works as root or through sudo.
+# Silent when nothing is missing. Works as root or through sudo. --bench adds what the benchmarks need.
 set -euo pipefail
 
 packages=(
@@ -13,6 +13,11 @@ packages=(
     # a sound server with a null sink, sound analysis, and the Windows cross compiler for the Win32 code
     xvfb xauth openbox xdotool x11-utils imagemagick pulseaudio pulseaudio-utils sox g++-mingw-w64-x86-64
 )
+
+# make bench also compares with two timers users already have, and formats its table with python3.
+if [ "${1:-}" = "--bench" ]; then
+    packages+=(python3 gnome-clocks kteatime)
+fi
 
 missing=()
 for package in "${packages[@]}"; do

@@ -3,6 +3,7 @@
 #include <QFont>
 #include <QFontDatabase>
 #include <QFontMetricsF>
+#include <QRawFont>
 
 namespace PanelLayout {
 
@@ -25,12 +26,26 @@ QFont measuringFont()
     return available ? QFont(measuringFamily()) : QFontDatabase::systemFont(QFontDatabase::FixedFont);
 }
 
+QSizeF samplePerPixel()
+{
+    // Taken once, at the face's own design resolution, where advances and extents are exact design units.
+    // Sizes then scale linearly, as on a text system with fractional, unhinted metrics; measuring each of
+    // up to 990 candidate sizes with hinting would build a font engine per size, some 100 ms a layout.
+    static const QSizeF perPixel = [] {
+        QFont font = measuringFont();
+        font.setHintingPreference(QFont::PreferNoHinting);
+        const QRawFont raw = QRawFont::fromFont(font);
+        const qreal unitsPerEm = raw.isValid() && raw.unitsPerEm() > 0 ? raw.unitsPerEm() : 2048;
+        font.setPixelSize(qRound(unitsPerEm));
+        const QFontMetricsF metrics(font);
+        return QSizeF(metrics.horizontalAdvance(sizingSample()), metrics.height()) / qRound(unitsPerEm);
+    }();
+    return perPixel;
+}
+
 QSizeF measureSample(int pixelSize)
 {
-    QFont font = measuringFont();
-    font.setPixelSize(pixelSize);
-    const QFontMetricsF metrics(font);
-    return {metrics.horizontalAdvance(sizingSample()), metrics.height()};
+    return samplePerPixel() * pixelSize;
 }
 
 int searchFontSize(float maxWidth, float maxHeight, const std::function<QSizeF(int)>& measure)

@@ -27,7 +27,10 @@ QString measuringFamily();
 /// The measuring family, or the platform's fixed-pitch font where that family is not installed.
 QFont measuringFont();
 
-/// The size of the sizing sample at a pixel size, in the measuring family.
+/// The size of the sizing sample per pixel of font size, in the measuring font.
+QSizeF samplePerPixel();
+
+/// The size of the sizing sample at a pixel size, in the measuring font.
 QSizeF measureSample(int pixelSize);
 
 /// The largest size from 10 to 999 at which the sample fits both bounds (9 when not even 10 fits).

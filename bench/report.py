@@ -1,0 +1,123 @@
+#!/usr/bin/env python3
+"""Turns the benchmarks' JSON lines into one Markdown table, with the targets and whether each is met.
+
+Comparisons are ratios measured in the same run, since these machines are shared and noisy."""
+import json
+import sys
+
+SUBJECTS = ["brevlin", "qt-floor", "gnome-clocks", "kteatime"]
+
+
+def load(path):
+    rows = []
+    with open(path) as f:
+        for line in f:
+            line = line.strip()
+            if line.startswith("{"):
+                rows.append(json.loads(line))
+    return rows
+
+
+def find(rows, metric, subject="brevlin", **match):
+    for r in rows:
+        if r["metric"] == metric and r.get("subject") == subject and all(r.get(k) == v for k, v in match.items()):
+            return r["value"]
+    return None
+
+
+def fmt(value, digits=1):
+    if value is None:
+        return "–"
+    if isinstance(value, str):
+        return value
+    return f"{value:.{digits}f}"
+
+
+def verdict(ok):
+    return "–" if ok is None else ("yes" if ok else "**no**")
+
+
+def main():
+    rows = load(sys.argv[1])
+    out = []
+    out.append("| Measure | Brevlin | Qt floor | gnome-clocks | kteatime | Target | Met |")
+    out.append("|---|---|---|---|---|---|---|")
+
+    def line(name, values, target="", ok=None, digits=1):
+        cells = [fmt(v, digits) for v in values]
+        out.append(f"| {name} | " + " | ".join(cells) + f" | {target} | {verdict(ok)} |")
+
+    # Start-up.
+    start = {s: find(rows, "startup_ms", s) for s in SUBJECTS}
+    line("Start-up to drawn window, median (ms)", [start[s] for s in SUBJECTS], "", None, 0)
+    b, q, g = start["brevlin"], start["qt-floor"], start["gnome-clocks"]
+    if b is not None and q:
+        line("Start-up ÷ Qt floor", [b / q, None, None, None], "≤ 1.35", b / q <= 1.35, 2)
+    if b is not None and g:
+        line("Start-up ÷ gnome-clocks", [b / g, None, None, None], "< 0.25", b / g < 0.25, 2)
+
+    # Memory.
+    rss = {s: find(rows, "rss_launch_mb", s) for s in SUBJECTS}
+    ok = None if rss["brevlin"] is None else rss["brevlin"] <= 45
+    line("Resident memory after launch (MB)", [rss[s] for s in SUBJECTS], "≤ 45", ok)
+    after = find(rows, "rss_after_counting_mb")
+    growth = find(rows, "rss_growth_mb")
+    line("Resident memory after the long countdown (MB)", [after, None, None, None], "flat", None)
+    line("Growth over the long countdown (MB)", [growth, None, None, None], "≈ 0 (noise)",
+         None if growth is None else growth < 1.0, 2)
+
+    # CPU.
+    idle = {s: find(rows, "cpu_idle_pct", s) for s in SUBJECTS}
+    line("CPU while idle (% of one core)", [idle[s] for s in SUBJECTS], "", None, 3)
+    counting = {s: find(rows, "cpu_counting_pct", s) for s in SUBJECTS}
+    c = counting["brevlin"]
+    line("CPU while counting (% of one core)", [counting[s] for s in SUBJECTS], "< 0.2",
+         None if c is None else c < 0.2, 3)
+
+    # Tick accuracy.
+    for condition in ("idle", "loaded"):
+        med = find(rows, "tick_lateness_median_ms", condition=condition)
+        p99 = find(rows, "tick_lateness_p99_ms", condition=condition)
+        mx = find(rows, "tick_lateness_max_ms", condition=condition)
+        jitter = find(rows, "tick_jitter_ms", condition=condition)
+        drift = find(rows, "tick_drift_ms", condition=condition)
+        skipped = find(rows, "tick_skipped", condition=condition)
+        doubled = find(rows, "tick_doubled", condition=condition)
+        count = find(rows, "tick_count", condition=condition)
+        if med is None:
+            continue
+        line(f"Tick lateness, {condition}: median / p99 / max (ms)",
+             [f"{med:.2f} / {p99:.2f} / {mx:.2f}", None, None, None], "", None)
+        line(f"Tick jitter, {condition} (p99 − median, ms)", [jitter, None, None, None], "≤ 1", jitter <= 1.0, 3)
+        line(f"Tick drift, {condition} (last − first lateness, ms)", [drift, None, None, None], "within ±1",
+             abs(drift) <= 1.0, 3)
+        line(f"Ticks skipped / doubled, {condition} (of {int(count)})",
+             [f"{int(skipped)} / {int(doubled)}", None, None, None],
+             "0 skipped" if condition == "idle" else "", (skipped == 0) if condition == "idle" else None)
+
+    # Layout and tick cost.
+    worst = None
+    for size in ("200x60", "800x300", "4000x2000"):
+        cold = find(rows, "layout_cold_us", size=size)
+        warm = find(rows, "layout_idle_us", size=size)
+        running = find(rows, "layout_running_us", size=size)
+        if cold is None:
+            continue
+        worst = max(worst or 0, cold, warm, running)
+        line(f"updateUI at {size}: first / idle / running (µs)",
+             [f"{cold:.0f} / {warm:.1f} / {running:.1f}", None, None, None], "< 10 000",
+             max(cold, warm, running) < 10000)
+    tick = find(rows, "tick_us", size="800x300")
+    line("One tick (µs)", [tick, None, None, None], "", None, 1)
+
+    print("\n".join(out))
+    notes = [r for r in rows if r.get("detail") and r["metric"] in ("startup_ms", "rss_after_counting_mb", "rss_growth_mb",
+                                                                       "cpu_counting_pct", "cpu_idle_pct")]
+    if notes:
+        print()
+        for r in notes:
+            print(f"- {r['metric']} ({r['subject']}): {r['detail']}")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,49 @@
+#!/usr/bin/env bash
+# Runs every benchmark headless and prints one Markdown table (also written to BUILD/bench-report.md).
+#
+#   bench/run.sh BUILD_DIR [--tick-seconds N] [--memory-minutes N] [--startup-runs N] [--quick]
+#
+# --quick is for checking the harness itself (short runs); its numbers mean little.
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+root=$(cd "$here/.." && pwd)
+build=$(cd "${1:?usage: bench/run.sh BUILD_DIR [options]}" && pwd)
+shift
+tick_seconds=120 memory_minutes=10 startup_runs=15
+while [ $# -gt 0 ]; do
+    case "$1" in
+    --tick-seconds) tick_seconds=$2; shift ;;
+    --memory-minutes) memory_minutes=$2; shift ;;
+    --startup-runs) startup_runs=$2; shift ;;
+    --quick) tick_seconds=10 memory_minutes=1 startup_runs=3 ;;
+    *) echo "bench/run.sh: unknown option $1" >&2; exit 2 ;;
+    esac
+    shift
+done
+
+results="$build/bench-results.jsonl"
+: >"$results"
+isolated="$root/tests/support/isolated-run.sh"
+echo "Benchmarks: layout and tick cost, tick accuracy ${tick_seconds}s idle and loaded, processes (memory ${memory_minutes} min)" >&2
+
+for size in "200 60" "800 300" "4000 2000"; do
+    # shellcheck disable=SC2086
+    "$isolated" --x11 -- "$build/bench/bench_layout" $size 2>/dev/null >>"$results"
+done
+
+"$isolated" --x11 -- "$build/bench/bench_tickaccuracy" "$tick_seconds" idle 2>/dev/null >>"$results"
+
+# Both cores busy with other work for the whole loaded run.
+busy=()
+for _ in 1 2; do
+    sh -c 'while :; do :; done' &
+    busy+=($!)
+done
+trap 'kill "${busy[@]}" 2>/dev/null || true' EXIT
+"$isolated" --x11 -- "$build/bench/bench_tickaccuracy" "$tick_seconds" loaded 2>/dev/null >>"$results"
+kill "${busy[@]}" 2>/dev/null || true
+wait "${busy[@]}" 2>/dev/null || true
+
+"$here/process_metrics.sh" "$build" "$results" --memory-minutes "$memory_minutes" --startup-runs "$startup_runs"
+
+python3 "$here/report.py" "$results" | tee "$build/bench-report.md"
