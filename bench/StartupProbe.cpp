@@ -2,7 +2,7 @@
 // the first top-level window of the program being mapped, and to that window first holding drawn content.
 // Plain xcb on the X server in DISPLAY, so it sees exactly what any other client of that server would see.
 //
-//   startup_probe [--timeout S] [--poll-ms N] [--detach] [--log FILE] -- program [args...]
+//   startup_probe [--timeout S] [--poll-ms N] [--detach] [--log FILE] [--dump FILE.ppm] -- program [args...]
 //
 // Prints one JSON object on stdout:
 //   {"pid":..,"window":..,"width":..,"height":..,"map_ms":..,"drawn_ms":..,"polls":..}
@@ -18,7 +18,7 @@
 //
 // Which windows are the program's: those whose _NET_WM_PID is the program's process or one of its
 // descendants (every Qt and GTK client sets it before mapping). Override-redirect windows (menus,
-// tooltips, splash-free popups) do not count.
+// tooltips, splash-free popups) do not count. --dump saves the first drawn image, to check what was seen.
 
 #include <xcb/xcb.h>
 
@@ -58,8 +58,10 @@ double nowMs()
 
 [[noreturn]] void usage()
 {
-    std::fprintf(stderr, "usage: startup_probe [--timeout S] [--poll-ms N] [--detach] [--log FILE] -- "
-                         "program [args...]\n");
+    std::fprintf(stderr,
+                 "usage: startup_probe [--timeout S] [--poll-ms N] [--detach] [--log FILE] [--dump FILE.ppm] "
+                 "-- "
+                 "program [args...]\n");
     std::exit(2);
 }
 
@@ -176,8 +178,9 @@ public:
         return it == m_windows.end() ? nullptr : &it->second;
     }
 
-    /// Reads the watched window back; true when it holds more than one colour.
-    bool isDrawn()
+    /// Reads the watched window back; true when it holds more than one colour. With a dump path, the
+    /// first image that does is saved there as a PPM.
+    bool isDrawn(const char* dumpPath)
     {
         const Candidate* window = candidate();
         if (!window || window->width == 0 || window->height == 0)
@@ -204,13 +207,30 @@ public:
         };
         const std::uint32_t first = at(0);
         for (int offset = pixel; offset + pixel <= length; offset += pixel) {
-            if (at(offset) != first)
+            if (at(offset) != first) {
+                if (dumpPath && pixel == 4)
+                    dump(dumpPath, data, window->width, window->height);
                 return true;
+            }
         }
         return false;
     }
 
 private:
+    /// 32-bit pixels as the X server on a little-endian machine sends them: blue, green, red, padding.
+    static void dump(const char* path, const std::uint8_t* data, int width, int height)
+    {
+        FILE* file = std::fopen(path, "wb");
+        if (!file)
+            return;
+        std::fprintf(file, "P6\n%d %d\n255\n", width, height);
+        for (int i = 0; i < width * height; ++i) {
+            const std::uint8_t rgb[3] = {data[4 * i + 2], data[4 * i + 1], data[4 * i]};
+            std::fwrite(rgb, 1, 3, file);
+        }
+        std::fclose(file);
+    }
+
     void track(xcb_window_t window, std::uint16_t width, std::uint16_t height)
     {
         const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
@@ -304,6 +324,7 @@ int main(int argc, char* argv[])
     int pollMs = 2;
     bool detach = false;
     const char* logPath = nullptr;
+    const char* dumpPath = nullptr;
     int i = 1;
     for (; i < argc; ++i) {
         const std::string arg = argv[i];
@@ -319,6 +340,8 @@ int main(int argc, char* argv[])
             pollMs = std::max(1, std::atoi(argv[++i]));
         } else if (arg == "--log" && i + 1 < argc) {
             logPath = argv[++i];
+        } else if (arg == "--dump" && i + 1 < argc) {
+            dumpPath = argv[++i];
         } else {
             usage();
         }
@@ -380,7 +403,7 @@ int main(int argc, char* argv[])
         }
         if (probe.window() != XCB_WINDOW_NONE) {
             ++polls;
-            if (probe.isDrawn()) {
+            if (probe.isDrawn(dumpPath)) {
                 drawnMs = nowMs();
                 break;
             }

@@ -1,0 +1,447 @@
+#!/usr/bin/env bash
+# Process-level benchmarks: start-up time, resident memory and CPU use of Brevlin, measured in the same
+# run as the Qt floor (bench/QtFloor.cpp), gnome-clocks and kteatime, all on a private headless X server
+# (Xvfb + openbox) with a private session bus. Appends one JSON object per line to OUT_JSONL:
+#   {"metric": ..., "subject": ..., "value": ..., "unit": "ms"|"MB"|"%", "detail": "..."}
+# Method: bench/process_metrics.md. It measures only; nothing here passes or fails a target.
+#
+#   bench/process_metrics.sh BUILD_DIR OUT_JSONL [--memory-minutes N] [--startup-runs N]
+#
+# Wall time is about memory-minutes + 4 minutes. Every process it starts ends with it.
+set -u
+
+usage() {
+    echo "usage: $0 BUILD_DIR OUT_JSONL [--memory-minutes N] [--startup-runs N]" >&2
+    exit 2
+}
+
+[ $# -ge 2 ] || usage
+build_dir=$1 out=$2
+shift 2
+memory_minutes=10 startup_runs=15
+while [ $# -gt 0 ]; do
+    case "$1" in
+    --memory-minutes) [ $# -ge 2 ] || usage; memory_minutes=$2; shift ;;
+    --startup-runs) [ $# -ge 2 ] || usage; startup_runs=$2; shift ;;
+    *) usage ;;
+    esac
+    shift
+done
+[[ "$memory_minutes" =~ ^[1-9][0-9]*$ ]] || { echo "process_metrics: --memory-minutes must be >= 1" >&2; exit 2; }
+[[ "$startup_runs" =~ ^[1-9][0-9]*$ ]] || { echo "process_metrics: --startup-runs must be >= 1" >&2; exit 2; }
+
+say() { echo "process_metrics: $*" >&2; }
+
+find_binary() { # name: the first of BUILD_DIR/bin/name, BUILD_DIR/bench/name
+    local candidate
+    for candidate in "$build_dir/bin/$1" "$build_dir/bench/$1"; do
+        [ -x "$candidate" ] && { realpath "$candidate"; return 0; }
+    done
+    return 1
+}
+brevlin=$(find_binary brevlin) || { say "no brevlin in $build_dir/bin"; exit 1; }
+qt_floor=$(find_binary qt_floor) || { say "no qt_floor in $build_dir (bench/peers.cmake)"; exit 1; }
+probe=$(find_binary startup_probe) || { say "no startup_probe in $build_dir (bench/peers.cmake)"; exit 1; }
+for tool in Xvfb openbox xprop xdotool import md5sum; do
+    command -v "$tool" >/dev/null || { say "$tool is missing (make deps)"; exit 1; }
+done
+have_clocks=0 have_teatime=0 have_bus=0
+command -v gnome-clocks >/dev/null && have_clocks=1
+command -v kteatime >/dev/null && have_teatime=1
+command -v dbus-daemon >/dev/null && have_bus=1
+[ "$have_clocks" = 1 ] || say "gnome-clocks is not installed: its rows are skipped"
+[ "$have_teatime" = 1 ] || say "kteatime is not installed: its rows are skipped"
+
+mkdir -p "$(dirname "$out")"
+out=$(realpath "$out")
+touch "$out" || exit 1
+
+# ---------------------------------------------------------------------------------------------------
+# Everything this run starts carries this token in its environment: the clean-up finds by it what
+# escaped the process tree (services the session bus activated, anything that double-forked).
+root=$(mktemp -d "${TMPDIR:-/tmp}/brevlin-procbench.XXXXXX")
+token="$(basename "$root")-$$"
+export BREVLIN_PROCESS_BENCH="$token"
+pids=()
+
+cleanup() {
+    trap - EXIT INT TERM
+    local pid
+    for pid in "${pids[@]}"; do kill -TERM -- "$pid" 2>/dev/null; done
+    sleep 0.3
+    local stray=()
+    for dir in /proc/[0-9]*; do
+        pid=${dir#/proc/}
+        [ "$pid" = "$$" ] || [ "$pid" = "$BASHPID" ] && continue
+        [ -O "$dir" ] || continue
+        grep -qzx "BREVLIN_PROCESS_BENCH=$token" "$dir/environ" 2>/dev/null && stray+=("$pid")
+    done
+    for pid in "${stray[@]}"; do kill -TERM "$pid" 2>/dev/null; done
+    [ ${#stray[@]} -gt 0 ] && sleep 0.5
+    for pid in "${stray[@]}" "${pids[@]}"; do kill -KILL "$pid" 2>/dev/null; done
+    wait 2>/dev/null
+    rm -rf "$root"
+}
+trap cleanup EXIT
+trap 'exit 143' TERM INT
+
+# ---------------------------------------------------------------------------------------------------
+# The session: a private Xvfb (black root, so a window nobody has painted yet reads back as one colour),
+# openbox, a session bus.
+mkdir -p "$root/session/home" "$root/runtime" "$root/logs"
+chmod 700 "$root/runtime"
+export HOME="$root/session/home" XDG_RUNTIME_DIR="$root/runtime"
+export XDG_CONFIG_HOME="$HOME/.config" XDG_DATA_HOME="$HOME/.local/share" XDG_CACHE_HOME="$HOME/.cache"
+export LC_ALL=C.UTF-8 LANG=C.UTF-8
+unset WAYLAND_DISPLAY SESSION_MANAGER DBUS_SESSION_BUS_ADDRESS QT_QPA_PLATFORM QT_STYLE_OVERRIDE
+export QT_QPA_PLATFORM=xcb GDK_BACKEND=x11
+
+exec 3<>"$root/displayfd"
+Xvfb -displayfd 3 -screen 0 1280x800x24 -br -nolisten tcp -noreset >"$root/logs/xvfb.log" 2>&1 &
+pids+=($!)
+num=""
+for _ in $(seq 200); do
+    num=$(head -n1 "$root/displayfd" 2>/dev/null)
+    [ -n "$num" ] && break
+    sleep 0.05
+done
+exec 3>&-
+[ -n "$num" ] || { say "Xvfb did not start"; cat "$root/logs/xvfb.log" >&2; exit 1; }
+export DISPLAY=":$num"
+openbox --sm-disable >"$root/logs/openbox.log" 2>&1 &
+pids+=($!)
+for _ in $(seq 200); do
+    xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && break
+    sleep 0.05
+done
+xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' || { say "openbox did not start"; exit 1; }
+if [ "$have_bus" = 1 ]; then
+    exec 4<>"$root/bus-address"
+    dbus-daemon --session --nofork --print-address=4 >"$root/logs/dbus.log" 2>&1 &
+    pids+=($!)
+    for _ in $(seq 200); do
+        [ -s "$root/bus-address" ] && break
+        sleep 0.05
+    done
+    exec 4>&-
+    address=$(head -n1 "$root/bus-address")
+    [ -n "$address" ] && export DBUS_SESSION_BUS_ADDRESS="$address"
+fi
+[ -n "${DBUS_SESSION_BUS_ADDRESS:-}" ] || say "no session bus: the subjects run without one"
+
+# ---------------------------------------------------------------------------------------------------
+# Helpers.
+
+homes=0
+# Runs the rest of the line with a home nobody has used: no settings, no caches of its own.
+in_fresh_home() {
+    homes=$((homes + 1))
+    local home="$root/homes/$homes"
+    mkdir -p "$home/.config" "$home/.local/share" "$home/.cache"
+    HOME="$home" XDG_CONFIG_HOME="$home/.config" XDG_DATA_HOME="$home/.local/share" \
+        XDG_CACHE_HOME="$home/.cache" "$@"
+}
+
+subject_command() { # subject: the command line that starts it
+    case "$1" in
+    brevlin) echo "$brevlin" ;;
+    qt-floor) echo "$qt_floor" ;;
+    gnome-clocks) echo gnome-clocks ;;
+    kteatime) echo kteatime ;;
+    esac
+}
+
+json_field() { # json key: a number field of a one-line JSON object
+    sed -n "s/.*\"$2\":\([-0-9.]*\).*/\1/p" <<<"$1"
+}
+
+emit() { # metric subject value unit detail [file]
+    local detail=${5//\"/\'}
+    printf '{"metric": "%s", "subject": "%s", "value": %s, "unit": "%s", "detail": "%s"}\n' \
+        "$1" "$2" "$3" "$4" "$detail" >>"${6:-$out}"
+}
+
+rss_kb() { awk '/^VmRSS:/ { print $2 }' "/proc/$1/status" 2>/dev/null; }
+mb() { awk -v kb="$1" 'BEGIN { printf "%.2f", kb / 1024 }'; }
+
+clock_ticks=$(getconf CLK_TCK)
+cpu_ticks() { # utime + stime of the whole process, in clock ticks
+    local stat
+    stat=$(cat "/proc/$1/stat" 2>/dev/null) || return 1
+    stat=${stat##*) }
+    set -- $stat
+    echo $((${12} + ${13}))
+}
+cpu_ns() { # nanoseconds on a CPU, summed over the process's threads (scheduler statistics)
+    cat /proc/"$1"/task/*/schedstat 2>/dev/null | awk '{ sum += $1 } END { printf "%.0f", sum }'
+}
+now() { echo "$EPOCHREALTIME"; }
+
+# cpu_begin pid -> "ticks ns time"; cpu_end pid begin -> "percent detail"
+cpu_begin() { echo "$(cpu_ticks "$1") $(cpu_ns "$1") $(now)"; }
+cpu_end() {
+    local begin=$2 ticks ns
+    ticks=$(cpu_ticks "$1") || return 1
+    ns=$(cpu_ns "$1")
+    awk -v b="$begin" -v t="$ticks" -v n="$ns" -v w="$(now)" -v hz="$clock_ticks" 'BEGIN {
+        split(b, a, " "); wall = w - a[3]
+        pct = (t - a[1]) / hz / wall * 100
+        printf "%.4f %d ticks of 1/%d s in %.1f s wall; scheduler time %.1f ms = %.4f %% of one core\n",
+            pct, t - a[1], hz, wall, (n - a[2]) / 1e6, (n - a[2]) / 1e9 / wall * 100 }'
+}
+
+# Median, p10 and p90 (linear between ranks) of the numbers on stdin: "median p10 p90 n".
+stats() {
+    sort -g | awk '{ v[n++] = $1 }
+        function q(p,   x, i) { x = (n - 1) * p; i = int(x); return v[i] + (x - i) * (v[i + 1 < n ? i + 1 : i] - v[i]) }
+        END { if (n) printf "%.1f %.1f %.1f %d\n", q(0.5), q(0.1), q(0.9), n }'
+}
+
+window_hash() { import -window "$1" ppm:- 2>/dev/null | md5sum | cut -c1-32; }
+# True when the window's picture changes within a few seconds: the countdown ticks.
+window_changes() {
+    local first second
+    first=$(window_hash "$1")
+    for _ in 1 2 3 4 5 6; do
+        sleep 0.5
+        second=$(window_hash "$1")
+        [ -n "$first" ] && [ "$first" != "$second" ] && return 0
+    done
+    return 1
+}
+
+# Starts a subject with the probe, detached, in a fresh home; prints the probe's JSON line.
+launch() { # subject
+    local line
+    # shellcheck disable=SC2046
+    line=$(in_fresh_home "$probe" --detach --timeout 60 --log "$root/logs/$1.log" -- $(subject_command "$1"))
+    local pid
+    pid=$(json_field "$line" pid)
+    [ -n "$pid" ] && pids+=("$pid")
+    echo "$line"
+}
+
+stop_pid() { # pid: ends the process group the probe made for it
+    kill -TERM -- "-$1" 2>/dev/null || kill -TERM "$1" 2>/dev/null
+    for _ in $(seq 50); do
+        kill -0 "$1" 2>/dev/null || return 0
+        sleep 0.1
+    done
+    kill -KILL -- "-$1" 2>/dev/null || kill -KILL "$1" 2>/dev/null
+}
+
+load1() { cut -d' ' -f1 /proc/loadavg; }
+
+# ---------------------------------------------------------------------------------------------------
+# 1. Start-up: cold runs, one at a time, the subjects taking turns so that any change in the machine's
+# load falls on all of them alike. One warm-up round first, not counted: it fills the page cache and
+# starts the bus services a desktop session already runs.
+startup_subjects=(brevlin qt-floor)
+[ "$have_clocks" = 1 ] && startup_subjects+=(gnome-clocks)
+declare -A drawn_ms map_ms failures
+for subject in "${startup_subjects[@]}"; do
+    drawn_ms[$subject]="" map_ms[$subject]="" failures[$subject]=0
+done
+load_before=$(load1)
+for run in $(seq 0 "$startup_runs"); do
+    [ "$run" -gt 0 ] && say "start-up run $run/$startup_runs"
+    for subject in "${startup_subjects[@]}"; do
+        # shellcheck disable=SC2046
+        line=$(in_fresh_home "$probe" --timeout 60 --log "$root/logs/startup-$subject.log" -- \
+            $(subject_command "$subject"))
+        [ "$run" -eq 0 ] && continue
+        drawn=$(json_field "$line" drawn_ms)
+        if [ -z "$drawn" ]; then
+            failures[$subject]=$((failures[$subject] + 1))
+            say "$subject: $line"
+            continue
+        fi
+        drawn_ms[$subject]+="$drawn "
+        map_ms[$subject]+="$(json_field "$line" map_ms) "
+        sleep 0.2
+    done
+done
+load_after=$(load1)
+for subject in "${startup_subjects[@]}"; do
+    [ -n "${drawn_ms[$subject]}" ] || continue
+    read -r median p10 p90 n < <(tr ' ' '\n' <<<"${drawn_ms[$subject]}" | grep . | stats)
+    read -r map_median _ _ _ < <(tr ' ' '\n' <<<"${map_ms[$subject]}" | grep . | stats)
+    emit startup_ms "$subject" "$median" ms \
+        "exec to first window mapped with content drawn; median of $n cold runs (fresh HOME each, after 1 warm-up); p10 $p10 ms, p90 $p90 ms; mapped at median $map_median ms; ${failures[$subject]} failed runs; load average $load_before -> $load_after"
+done
+
+# ---------------------------------------------------------------------------------------------------
+# 2-4. Memory and CPU. Brevlin first alone: launch, 3 s, resident memory, one idle minute, then the
+# countdown; the peers' launches and idle minutes run beside Brevlin's memory run once its counting CPU
+# minute is over.
+
+peers_run() {
+    local results=$1
+    local -A pid window begin
+    local subject line
+    for subject in qt-floor kteatime gnome-clocks; do
+        case "$subject" in
+        kteatime)
+            [ "$have_teatime" = 1 ] || continue
+            # A tray icon, no window: measured from its start.
+            in_fresh_home kteatime >"$root/logs/kteatime.log" 2>&1 &
+            pid[$subject]=$!
+            ;;
+        gnome-clocks)
+            [ "$have_clocks" = 1 ] || continue
+            line=$(launch gnome-clocks)
+            pid[$subject]=$(json_field "$line" pid)
+            window[$subject]=$(json_field "$line" window)
+            ;;
+        *)
+            line=$(launch "$subject")
+            pid[$subject]=$(json_field "$line" pid)
+            window[$subject]=$(json_field "$line" window)
+            ;;
+        esac
+        if [ -z "${pid[$subject]}" ] || [ -n "$(json_field "$line" error 2>/dev/null)" ]; then
+            say "$subject did not start: $line"
+            unset "pid[$subject]"
+            continue
+        fi
+        sleep 3
+        local rss
+        rss=$(rss_kb "${pid[$subject]}")
+        if [ -z "$rss" ]; then
+            say "$subject exited: $(tail -n3 "$root/logs/$subject.log" 2>/dev/null)"
+            unset "pid[$subject]"
+            continue
+        fi
+        local note="3 s after the first window was drawn"
+        if [ "$subject" = kteatime ]; then
+            note="3 s after start (no window of its own; no tray host on the server: no StatusNotifierWatcher on the bus, no XEmbed tray selection owner, and it runs on regardless)"
+        fi
+        emit rss_launch_mb "$subject" "$(mb "$rss")" MB "VmRSS $rss kB, $note" "$results"
+        begin[$subject]=$(cpu_begin "${pid[$subject]}")
+    done
+    # Each idle minute ends 60 s after its own start.
+    sleep 54
+    for subject in qt-floor kteatime gnome-clocks; do
+        [ -n "${pid[$subject]:-}" ] || continue
+        local started=${begin[$subject]##* }
+        local left
+        left=$(awk -v s="$started" -v n="$(now)" 'BEGIN { d = 60 - (n - s); printf "%.2f", d > 0 ? d : 0 }')
+        sleep "$left"
+        local result
+        if result=$(cpu_end "${pid[$subject]}" "${begin[$subject]}"); then
+            emit cpu_idle_pct "$subject" "${result%% *}" % "idle after launch, untouched; ${result#* }" "$results"
+        fi
+        [ "$subject" != gnome-clocks ] && stop_pid "${pid[$subject]}"
+    done
+
+    # gnome-clocks counting: its Timer page, the 1 h preset, the start button (window-relative places in
+    # its default 870x690 window).
+    [ -n "${pid[gnome-clocks]:-}" ] || return 0
+    local w=${window[gnome-clocks]} gc=${pid[gnome-clocks]}
+    local width
+    width=$(xwininfo -id "$w" 2>/dev/null | awk '/Width:/ { print $2 }')
+    timeout 10 xdotool mousemove --window "$w" $((width - 245)) 28 click 1
+    sleep 1
+    timeout 10 xdotool mousemove --window "$w" $((width / 2 + 123)) 294 click 1
+    sleep 0.5
+    timeout 10 xdotool mousemove --window "$w" $((width / 2)) 542 click 1
+    sleep 1
+    if window_changes "$w"; then
+        local begin_count result
+        begin_count=$(cpu_begin "$gc")
+        sleep 60
+        if result=$(cpu_end "$gc" "$begin_count"); then
+            emit cpu_counting_pct gnome-clocks "${result%% *}" % \
+                "Timer page, 1 h preset started with xdotool (window picture seen changing); ${result#* }" "$results"
+        fi
+    else
+        say "gnome-clocks: its timer could not be started with xdotool (the window did not change); no counting row"
+        import -window root "$root/logs/gnome-clocks-timer.png" 2>/dev/null
+    fi
+    stop_pid "$gc"
+}
+
+say "Brevlin: launch, 3 s, idle minute"
+line=$(launch brevlin)
+bpid=$(json_field "$line" pid)
+bwin=$(json_field "$line" window)
+[ -n "$bpid" ] && [ -n "$bwin" ] || { say "brevlin did not start: $line"; exit 1; }
+sleep 3
+launch_kb=$(rss_kb "$bpid")
+emit rss_launch_mb brevlin "$(mb "$launch_kb")" MB "VmRSS $launch_kb kB, 3 s after the first window was drawn"
+begin=$(cpu_begin "$bpid")
+sleep 60
+result=$(cpu_end "$bpid" "$begin") &&
+    emit cpu_idle_pct brevlin "${result%% *}" % "idle after launch, untouched, paused at 00:01:00; ${result#* }"
+
+# The countdown: the presenter's way, through the keyboard.
+hours=$((memory_minutes / 60 + 1))
+expected=$(printf '%02d:00:00' "$hours")
+conf="$root/homes/$homes/.config/Brevlin/Brevlin.conf"
+started=0
+for attempt in 1 2; do
+    timeout 10 xdotool windowactivate --sync "$bwin" 2>/dev/null
+    timeout 10 xdotool key ctrl+a
+    timeout 10 xdotool type "$hours:0:0"
+    timeout 10 xdotool key Return
+    for _ in $(seq 50); do
+        grep -qx "BRVCountdownTime=$expected" "$conf" 2>/dev/null && break
+        sleep 0.1
+    done
+    if grep -qx "BRVCountdownTime=$expected" "$conf" 2>/dev/null && window_changes "$bwin"; then
+        started=1
+        break
+    fi
+    say "the countdown did not start (attempt $attempt)"
+done
+if [ "$started" = 0 ]; then
+    say "Brevlin's countdown could not be started: no counting rows"
+    import -window root "$root/logs/brevlin-start.png" 2>/dev/null
+    stop_pid "$bpid"
+    exit 1
+fi
+say "Brevlin: counting $expected for $memory_minutes min; peers beside it after the first minute"
+
+count_start=$(now)
+samples=("$(rss_kb "$bpid")")
+begin=$(cpu_begin "$bpid")
+peers_out="$root/peers.jsonl"
+: >"$peers_out"
+peers_pid=""
+sample_due=30
+while :; do
+    elapsed=$(awk -v s="$count_start" -v n="$(now)" 'BEGIN { printf "%d", n - s }')
+    if [ "$elapsed" -ge 60 ] && [ -n "$begin" ]; then
+        result=$(cpu_end "$bpid" "$begin") &&
+            emit cpu_counting_pct brevlin "${result%% *}" % \
+                "first minute of a countdown from $expected (BRVCountdownTime seen in the settings file, picture seen changing); ${result#* }"
+        begin=""
+        peers_run "$peers_out" &
+        peers_pid=$!
+        pids+=("$peers_pid")
+    fi
+    if [ "$elapsed" -ge "$sample_due" ]; then
+        samples+=("$(rss_kb "$bpid")")
+        sample_due=$((sample_due + 30))
+    fi
+    [ "$elapsed" -ge $((memory_minutes * 60)) ] && [ -z "$begin" ] && break
+    kill -0 "$bpid" 2>/dev/null || { say "brevlin exited during the memory run"; exit 1; }
+    sleep 1
+done
+after_kb=$(rss_kb "$bpid")
+still="still counting at the end"
+window_changes "$bwin" || still="NOT seen counting at the end"
+read -r min_kb max_kb < <(printf '%s\n' "${samples[@]}" "$after_kb" | sort -n | awk 'NR == 1 { a = $1 } { b = $1 } END { print a, b }')
+series=$(printf '%s ' "${samples[@]}")
+emit rss_after_counting_mb brevlin "$(mb "$after_kb")" MB \
+    "VmRSS $after_kb kB after $memory_minutes min of counting ($still); samples every 30 s from the start (kB): ${series% }; max - min $(mb $((max_kb - min_kb))) MB"
+emit rss_growth_mb brevlin "$(mb $((after_kb - launch_kb)))" MB \
+    "after $memory_minutes min counting minus 3 s after launch ($after_kb - $launch_kb kB); 30 s samples max - min $(mb $((max_kb - min_kb))) MB"
+stop_pid "$bpid"
+
+if [ -n "$peers_pid" ]; then
+    say "waiting for the peers"
+    wait "$peers_pid"
+    cat "$peers_out" >>"$out"
+fi
+say "done: $(wc -l <"$out") lines in $out"
