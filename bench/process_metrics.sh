@@ -132,23 +132,33 @@ fi
 # ---------------------------------------------------------------------------------------------------
 # Helpers.
 
-homes=0
-# Runs the rest of the line with a home nobody has used: no settings, no caches of its own.
-in_fresh_home() {
+homes=0 home=""
+# Makes a home nobody has used (no settings, no caches of its own) and names it in $home. Called in the
+# shell itself, not in a $(...), so that the count goes on.
+new_home() {
     homes=$((homes + 1))
-    local home="$root/homes/$homes"
+    home="$root/homes/$homes"
     mkdir -p "$home/.config" "$home/.local/share" "$home/.cache"
-    HOME="$home" XDG_CONFIG_HOME="$home/.config" XDG_DATA_HOME="$home/.local/share" \
+}
+# Runs the rest of the line in $home; env execs it, so a background one's $! is the program itself.
+in_home() {
+    env HOME="$home" XDG_CONFIG_HOME="$home/.config" XDG_DATA_HOME="$home/.local/share" \
         XDG_CACHE_HOME="$home/.cache" "$@"
 }
 
-subject_command() { # subject: the command line that starts it
+subject_command() { # subject: the command line that starts it, in the array $command
     case "$1" in
-    brevlin) echo "$brevlin" ;;
-    qt-floor) echo "$qt_floor" ;;
-    gnome-clocks) echo gnome-clocks ;;
-    kteatime) echo kteatime ;;
+    brevlin) command=("$brevlin") ;;
+    qt-floor) command=("$qt_floor") ;;
+    gnome-clocks) command=(gnome-clocks) ;;
+    kteatime) command=(kteatime) ;;
     esac
+}
+
+# Sleeps in a way a signal to this script interrupts at once.
+pause() {
+    sleep "$1" &
+    wait $!
 }
 
 json_field() { # json key: a number field of a one-line JSON object
@@ -169,6 +179,7 @@ cpu_ticks() { # utime + stime of the whole process, in clock ticks
     local stat
     stat=$(cat "/proc/$1/stat" 2>/dev/null) || return 1
     stat=${stat##*) }
+    # shellcheck disable=SC2086 # split into its fields on purpose
     set -- $stat
     echo $((${12} + ${13}))
 }
@@ -210,15 +221,11 @@ window_changes() {
     return 1
 }
 
-# Starts a subject with the probe, detached, in a fresh home; prints the probe's JSON line.
+# Starts a subject with the probe, detached, in a fresh home; the probe's JSON line goes to $line.
 launch() { # subject
-    local line
-    # shellcheck disable=SC2046
-    line=$(in_fresh_home "$probe" --detach --timeout 60 --log "$root/logs/$1.log" -- $(subject_command "$1"))
-    local pid
-    pid=$(json_field "$line" pid)
-    [ -n "$pid" ] && pids+=("$pid")
-    echo "$line"
+    new_home
+    subject_command "$1"
+    line=$(in_home "$probe" --detach --timeout 60 --log "$root/logs/$1.log" -- "${command[@]}")
 }
 
 stop_pid() { # pid: ends the process group the probe made for it
@@ -246,9 +253,9 @@ load_before=$(load1)
 for run in $(seq 0 "$startup_runs"); do
     [ "$run" -gt 0 ] && say "start-up run $run/$startup_runs"
     for subject in "${startup_subjects[@]}"; do
-        # shellcheck disable=SC2046
-        line=$(in_fresh_home "$probe" --timeout 60 --log "$root/logs/startup-$subject.log" -- \
-            $(subject_command "$subject"))
+        new_home
+        subject_command "$subject"
+        line=$(in_home "$probe" --timeout 60 --log "$root/logs/startup-$subject.log" -- "${command[@]}")
         [ "$run" -eq 0 ] && continue
         drawn=$(json_field "$line" drawn_ms)
         if [ -z "$drawn" ]; then
@@ -277,34 +284,36 @@ done
 
 peers_run() {
     local results=$1
-    local -A pid window begin
+    local -A pid window idle_begin
     local subject line
     for subject in qt-floor kteatime gnome-clocks; do
         case "$subject" in
         kteatime)
             [ "$have_teatime" = 1 ] || continue
             # A tray icon, no window: measured from its start.
-            in_fresh_home kteatime >"$root/logs/kteatime.log" 2>&1 &
+            new_home
+            line=""
+            in_home kteatime >"$root/logs/kteatime.log" 2>&1 &
             pid[$subject]=$!
             ;;
         gnome-clocks)
             [ "$have_clocks" = 1 ] || continue
-            line=$(launch gnome-clocks)
+            launch gnome-clocks
             pid[$subject]=$(json_field "$line" pid)
             window[$subject]=$(json_field "$line" window)
             ;;
         *)
-            line=$(launch "$subject")
+            launch "$subject"
             pid[$subject]=$(json_field "$line" pid)
             window[$subject]=$(json_field "$line" window)
             ;;
         esac
-        if [ -z "${pid[$subject]}" ] || [ -n "$(json_field "$line" error 2>/dev/null)" ]; then
+        if [ -z "${pid[$subject]}" ] || grep -q '"error"' <<<"$line"; then
             say "$subject did not start: $line"
             unset "pid[$subject]"
             continue
         fi
-        sleep 3
+        pause 3
         local rss
         rss=$(rss_kb "${pid[$subject]}")
         if [ -z "$rss" ]; then
@@ -317,18 +326,18 @@ peers_run() {
             note="3 s after start (no window of its own; no tray host on the server: no StatusNotifierWatcher on the bus, no XEmbed tray selection owner, and it runs on regardless)"
         fi
         emit rss_launch_mb "$subject" "$(mb "$rss")" MB "VmRSS $rss kB, $note" "$results"
-        begin[$subject]=$(cpu_begin "${pid[$subject]}")
+        idle_begin[$subject]=$(cpu_begin "${pid[$subject]}")
     done
     # Each idle minute ends 60 s after its own start.
-    sleep 54
+    pause 54
     for subject in qt-floor kteatime gnome-clocks; do
         [ -n "${pid[$subject]:-}" ] || continue
-        local started=${begin[$subject]##* }
+        local started=${idle_begin[$subject]##* }
         local left
         left=$(awk -v s="$started" -v n="$(now)" 'BEGIN { d = 60 - (n - s); printf "%.2f", d > 0 ? d : 0 }')
-        sleep "$left"
+        pause "$left"
         local result
-        if result=$(cpu_end "${pid[$subject]}" "${begin[$subject]}"); then
+        if result=$(cpu_end "${pid[$subject]}" "${idle_begin[$subject]}"); then
             emit cpu_idle_pct "$subject" "${result%% *}" % "idle after launch, untouched; ${result#* }" "$results"
         fi
         [ "$subject" != gnome-clocks ] && stop_pid "${pid[$subject]}"
@@ -349,7 +358,7 @@ peers_run() {
     if window_changes "$w"; then
         local begin_count result
         begin_count=$(cpu_begin "$gc")
-        sleep 60
+        pause 60
         if result=$(cpu_end "$gc" "$begin_count"); then
             emit cpu_counting_pct gnome-clocks "${result%% *}" % \
                 "Timer page, 1 h preset started with xdotool (window picture seen changing); ${result#* }" "$results"
@@ -362,22 +371,24 @@ peers_run() {
 }
 
 say "Brevlin: launch, 3 s, idle minute"
-line=$(launch brevlin)
+launch brevlin
 bpid=$(json_field "$line" pid)
 bwin=$(json_field "$line" window)
-[ -n "$bpid" ] && [ -n "$bwin" ] || { say "brevlin did not start: $line"; exit 1; }
-sleep 3
+[ -n "$bpid" ] && pids+=("$bpid")
+[ -n "$bwin" ] || { say "brevlin did not start: $line"; exit 1; }
+brevlin_home=$home
+pause 3
 launch_kb=$(rss_kb "$bpid")
 emit rss_launch_mb brevlin "$(mb "$launch_kb")" MB "VmRSS $launch_kb kB, 3 s after the first window was drawn"
-begin=$(cpu_begin "$bpid")
-sleep 60
-result=$(cpu_end "$bpid" "$begin") &&
+cpu_mark=$(cpu_begin "$bpid")
+pause 60
+result=$(cpu_end "$bpid" "$cpu_mark") &&
     emit cpu_idle_pct brevlin "${result%% *}" % "idle after launch, untouched, paused at 00:01:00; ${result#* }"
 
 # The countdown: the presenter's way, through the keyboard.
 hours=$((memory_minutes / 60 + 1))
 expected=$(printf '%02d:00:00' "$hours")
-conf="$root/homes/$homes/.config/Brevlin/Brevlin.conf"
+conf="$brevlin_home/.config/Brevlin/Brevlin.conf"
 started=0
 for attempt in 1 2; do
     timeout 10 xdotool windowactivate --sync "$bwin" 2>/dev/null
@@ -404,18 +415,18 @@ say "Brevlin: counting $expected for $memory_minutes min; peers beside it after 
 
 count_start=$(now)
 samples=("$(rss_kb "$bpid")")
-begin=$(cpu_begin "$bpid")
+cpu_mark=$(cpu_begin "$bpid")
 peers_out="$root/peers.jsonl"
 : >"$peers_out"
 peers_pid=""
 sample_due=30
 while :; do
     elapsed=$(awk -v s="$count_start" -v n="$(now)" 'BEGIN { printf "%d", n - s }')
-    if [ "$elapsed" -ge 60 ] && [ -n "$begin" ]; then
-        result=$(cpu_end "$bpid" "$begin") &&
+    if [ "$elapsed" -ge 60 ] && [ -n "$cpu_mark" ]; then
+        result=$(cpu_end "$bpid" "$cpu_mark") &&
             emit cpu_counting_pct brevlin "${result%% *}" % \
                 "first minute of a countdown from $expected (BRVCountdownTime seen in the settings file, picture seen changing); ${result#* }"
-        begin=""
+        cpu_mark=""
         peers_run "$peers_out" &
         peers_pid=$!
         pids+=("$peers_pid")
@@ -424,9 +435,9 @@ while :; do
         samples+=("$(rss_kb "$bpid")")
         sample_due=$((sample_due + 30))
     fi
-    [ "$elapsed" -ge $((memory_minutes * 60)) ] && [ -z "$begin" ] && break
+    [ "$elapsed" -ge $((memory_minutes * 60)) ] && [ -z "$cpu_mark" ] && break
     kill -0 "$bpid" 2>/dev/null || { say "brevlin exited during the memory run"; exit 1; }
-    sleep 1
+    pause 1
 done
 after_kb=$(rss_kb "$bpid")
 still="still counting at the end"

@@ -1,4 +1,5 @@
 #include "AppDelegate.h"
+#include "Platform.h"
 #include "TitlelessPanel.h"
 
 #include <QApplication>
@@ -6,6 +7,7 @@
 
 int main(int argc, char* argv[])
 {
+    platform::chooseWindowSystem();
     QApplication app(argc, argv);
     QApplication::setApplicationDisplayName(QStringLiteral("Brevlin"));
     // The panel is a tool window; quitting is the context menu's job (or a close of the panel).

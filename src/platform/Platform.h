@@ -11,6 +11,11 @@ namespace platform {
 /// A top-level window's native id, as QWidget::winId() gives it (an X11 window, an HWND, an NSView*).
 using NativeWindow = std::uintptr_t;
 
+/// Chooses the window system before the application object exists, where the user has not chosen one:
+/// in a Wayland session the panel runs on XWayland, since Wayland lets no client keep itself above others
+/// or activate another client's window. Call first thing in main().
+void chooseWindowSystem() noexcept;
+
 /// Makes the first running Microsoft PowerPoint the active application, all its windows forward.
 /// Does nothing, silently, when PowerPoint is not running or the window system refuses.
 void activatePowerPoint() noexcept;

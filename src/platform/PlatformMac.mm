@@ -45,6 +45,8 @@ NSWindow* windowOf(NativeWindow window)
 
 } // namespace
 
+void chooseWindowSystem() noexcept {}
+
 void activatePowerPoint() noexcept
 {
     try {

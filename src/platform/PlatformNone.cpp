@@ -5,6 +5,8 @@
 
 namespace platform {
 
+void chooseWindowSystem() noexcept {}
+
 void activatePowerPoint() noexcept {}
 
 void floatAboveEverything(NativeWindow) noexcept {}

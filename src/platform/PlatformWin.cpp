@@ -77,6 +77,8 @@ void bringToForeground(HWND window)
 
 } // namespace
 
+void chooseWindowSystem() noexcept {}
+
 void activatePowerPoint() noexcept
 {
     try {

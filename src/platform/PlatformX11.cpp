@@ -259,6 +259,16 @@ void floatAboveEverythingOn(xcb_connection_t* c, xcb_window_t window)
 
 } // namespace
 
+void chooseWindowSystem() noexcept
+{
+    // An explicit choice (QT_QPA_PLATFORM, or -platform on the command line, which Qt reads later and
+    // which wins over this) is respected; XWayland is only taken where it is there.
+    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM") || qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+        qEnvironmentVariableIsEmpty("DISPLAY"))
+        return;
+    qputenv("QT_QPA_PLATFORM", "xcb");
+}
+
 void activatePowerPoint() noexcept
 {
     try {
