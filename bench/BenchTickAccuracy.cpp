@@ -77,7 +77,8 @@ int main(int argc, char* argv[])
         start = Clock::now();
         delegate.startTimer();
         started = true;
-        QTimer::singleShot(seconds * 1000 + 500, &app, &QCoreApplication::quit);
+        // Precise: a long single shot is otherwise coarse and may end the watch seconds late.
+        QTimer::singleShot(seconds * 1000 + 500, Qt::PreciseTimer, &app, &QCoreApplication::quit);
     });
     QApplication::exec();
 

@@ -18,18 +18,18 @@
 //
 // Which windows are the program's: those whose _NET_WM_PID is the program's process or one of its
 // descendants (every Qt and GTK client sets it before mapping). Override-redirect windows (menus,
-// tooltips, splash-free popups) do not count. --dump saves the first drawn image, to check what was seen.
+// tooltips, drop-down lists) do not count. --dump saves the first drawn image, to check what was seen.
 
 #include <xcb/xcb.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <fcntl.h>
 #include <map>
 #include <memory>
@@ -49,11 +49,11 @@ struct FreeDeleter
 template <typename T>
 using Reply = std::unique_ptr<T, FreeDeleter>;
 
+/// Milliseconds on the monotonic clock (libstdc++'s steady_clock reads CLOCK_MONOTONIC).
 double nowMs()
 {
-    timespec ts{};
-    clock_gettime(CLOCK_MONOTONIC, &ts);
-    return static_cast<double>(ts.tv_sec) * 1e3 + static_cast<double>(ts.tv_nsec) / 1e6;
+    using namespace std::chrono;
+    return duration<double, std::milli>(steady_clock::now().time_since_epoch()).count();
 }
 
 [[noreturn]] void usage()

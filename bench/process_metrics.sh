@@ -3,11 +3,11 @@
 # run as the Qt floor (bench/QtFloor.cpp), gnome-clocks and kteatime, all on a private headless X server
 # (Xvfb + openbox) with a private session bus. Appends one JSON object per line to OUT_JSONL:
 #   {"metric": ..., "subject": ..., "value": ..., "unit": "ms"|"MB"|"%", "detail": "..."}
-# Method: bench/process_metrics.md. It measures only; nothing here passes or fails a target.
+# Method: docs/performance.md. It measures only; nothing here passes or fails a target.
 #
 #   bench/process_metrics.sh BUILD_DIR OUT_JSONL [--memory-minutes N] [--startup-runs N]
 #
-# Wall time is about memory-minutes + 4 minutes. Every process it starts ends with it.
+# Wall time: about memory-minutes + 2 minutes, at least about 7. Every process it starts ends with it.
 set -u
 
 usage() {
@@ -42,7 +42,7 @@ find_binary() { # name: the first of BUILD_DIR/bin/name, BUILD_DIR/bench/name
 brevlin=$(find_binary brevlin) || { say "no brevlin in $build_dir/bin"; exit 1; }
 qt_floor=$(find_binary qt_floor) || { say "no qt_floor in $build_dir (bench/peers.cmake)"; exit 1; }
 probe=$(find_binary startup_probe) || { say "no startup_probe in $build_dir (bench/peers.cmake)"; exit 1; }
-for tool in Xvfb openbox xprop xdotool import md5sum; do
+for tool in Xvfb openbox xprop xwininfo xdotool import md5sum; do
     command -v "$tool" >/dev/null || { say "$tool is missing (make deps)"; exit 1; }
 done
 have_clocks=0 have_teatime=0 have_bus=0
@@ -197,8 +197,13 @@ cpu_end() {
     awk -v b="$begin" -v t="$ticks" -v n="$ns" -v w="$(now)" -v hz="$clock_ticks" 'BEGIN {
         split(b, a, " "); wall = w - a[3]
         pct = (t - a[1]) / hz / wall * 100
-        printf "%.4f %d ticks of 1/%d s in %.1f s wall; scheduler time %.1f ms = %.4f %% of one core\n",
-            pct, t - a[1], hz, wall, (n - a[2]) / 1e6, (n - a[2]) / 1e9 / wall * 100 }'
+        printf "%.4f %d ticks of 1/%d s in %.1f s wall", pct, t - a[1], hz, wall
+        # Summed over the live threads only: a thread that ended takes its time with it.
+        if (n >= a[2])
+            printf "; scheduler time of the live threads %.1f ms = %.4f %% of one core", (n - a[2]) / 1e6, (n - a[2]) / 1e9 / wall * 100
+        else
+            printf "; scheduler time n/a (threads ended)"
+        printf "\n" }'
 }
 
 # Median, p10 and p90 (linear between ranks) of the numbers on stdin: "median p10 p90 n".
@@ -279,76 +284,102 @@ done
 
 # ---------------------------------------------------------------------------------------------------
 # 2-4. Memory and CPU. Brevlin first alone: launch, 3 s, resident memory, one idle minute, then the
-# countdown; the peers' launches and idle minutes run beside Brevlin's memory run once its counting CPU
-# minute is over.
+# countdown. Once its counting CPU minute is over, the peers run beside its memory run: kteatime and the
+# Qt floor together (the floor started last, so that it holds the keyboard focus all its idle minute, as
+# Brevlin's panel did), then gnome-clocks alone (focused) for an idle minute and a counting minute.
+
+# Whether a window has the keyboard focus now.
+has_focus() { [ "$(timeout 5 xdotool getactivewindow 2>/dev/null)" = "$1" ]; }
+focus_note() { # window focus-at-begin
+    local end=no
+    has_focus "$1" && end=yes
+    echo "keyboard focus at begin/end: $2/$end"
+}
 
 peers_run() {
     local results=$1
-    local -A pid window idle_begin
-    local subject line
-    for subject in qt-floor kteatime gnome-clocks; do
-        case "$subject" in
-        kteatime)
-            [ "$have_teatime" = 1 ] || continue
+    local -A pid window idle_begin focus_begin
+
+    start_peer() { # subject: starts it, its launch memory, the beginning of its idle minute
+        local subject=$1
+        line=""
+        window[$subject]=""
+        if [ "$subject" = kteatime ]; then
             # A tray icon, no window: measured from its start.
             new_home
-            line=""
-            in_home kteatime >"$root/logs/kteatime.log" 2>&1 &
+            (
+                export HOME="$home" XDG_CONFIG_HOME="$home/.config" XDG_DATA_HOME="$home/.local/share" \
+                    XDG_CACHE_HOME="$home/.cache"
+                exec kteatime
+            ) >"$root/logs/kteatime.log" 2>&1 &
             pid[$subject]=$!
-            ;;
-        gnome-clocks)
-            [ "$have_clocks" = 1 ] || continue
-            launch gnome-clocks
-            pid[$subject]=$(json_field "$line" pid)
-            window[$subject]=$(json_field "$line" window)
-            ;;
-        *)
+        else
             launch "$subject"
             pid[$subject]=$(json_field "$line" pid)
             window[$subject]=$(json_field "$line" window)
-            ;;
-        esac
+        fi
         if [ -z "${pid[$subject]}" ] || grep -q '"error"' <<<"$line"; then
             say "$subject did not start: $line"
+            [ -n "${pid[$subject]}" ] && stop_pid "${pid[$subject]}"
             unset "pid[$subject]"
-            continue
+            return 1
         fi
         pause 3
-        local rss
+        local rss note="3 s after the first window was drawn"
         rss=$(rss_kb "${pid[$subject]}")
         if [ -z "$rss" ]; then
             say "$subject exited: $(tail -n3 "$root/logs/$subject.log" 2>/dev/null)"
             unset "pid[$subject]"
-            continue
+            return 1
         fi
-        local note="3 s after the first window was drawn"
-        if [ "$subject" = kteatime ]; then
+        [ "$subject" = kteatime ] &&
             note="3 s after start (no window of its own; no tray host on the server: no StatusNotifierWatcher on the bus, no XEmbed tray selection owner, and it runs on regardless)"
-        fi
         emit rss_launch_mb "$subject" "$(mb "$rss")" MB "VmRSS $rss kB, $note" "$results"
         idle_begin[$subject]=$(cpu_begin "${pid[$subject]}")
-    done
-    # Each idle minute ends 60 s after its own start.
-    pause 54
-    for subject in qt-floor kteatime gnome-clocks; do
-        [ -n "${pid[$subject]:-}" ] || continue
-        local started=${idle_begin[$subject]##* }
-        local left
-        left=$(awk -v s="$started" -v n="$(now)" 'BEGIN { d = 60 - (n - s); printf "%.2f", d > 0 ? d : 0 }')
+    }
+
+    finish_idle() { # subject: waits for the end of its idle minute and reports it
+        local subject=$1 left result note="no window"
+        [ -n "${pid[$subject]:-}" ] || return 0
+        left=$(awk -v s="${idle_begin[$subject]##* }" -v n="$(now)" \
+            'BEGIN { d = 60 - (n - s); printf "%.2f", (d > 0 ? d : 0) }')
         pause "$left"
-        local result
+        [ -n "${window[$subject]}" ] && note=$(focus_note "${window[$subject]}" "${focus_begin[$subject]}")
         if result=$(cpu_end "${pid[$subject]}" "${idle_begin[$subject]}"); then
-            emit cpu_idle_pct "$subject" "${result%% *}" % "idle after launch, untouched; ${result#* }" "$results"
+            emit cpu_idle_pct "$subject" "${result%% *}" % "idle after launch, untouched, $note; ${result#* }" \
+                "$results"
         fi
-        [ "$subject" != gnome-clocks ] && stop_pid "${pid[$subject]}"
+    }
+
+    local subject
+    local group=()
+    [ "$have_teatime" = 1 ] && group+=(kteatime)
+    group+=(qt-floor)
+    for subject in "${group[@]}"; do
+        start_peer "$subject"
+    done
+    for subject in "${group[@]}"; do
+        if [ -n "${window[$subject]:-}" ]; then
+            focus_begin[$subject]=no
+            has_focus "${window[$subject]}" && focus_begin[$subject]=yes
+        fi
+    done
+    for subject in "${group[@]}"; do
+        finish_idle "$subject"
+        [ -n "${pid[$subject]:-}" ] && stop_pid "${pid[$subject]}"
     done
 
-    # gnome-clocks counting: its Timer page, the 1 h preset, the start button (window-relative places in
-    # its default 870x690 window).
-    [ -n "${pid[gnome-clocks]:-}" ] || return 0
-    local w=${window[gnome-clocks]} gc=${pid[gnome-clocks]}
-    local width
+    [ "$have_clocks" = 1 ] || return 0
+    start_peer gnome-clocks || return 0
+    focus_begin[gnome-clocks]=no
+    has_focus "${window[gnome-clocks]}" && focus_begin[gnome-clocks]=yes
+    finish_idle gnome-clocks
+
+    # gnome-clocks counting: its Timer page, the 1 h preset, the start button (places relative to its
+    # default 870x690 window).
+    local w=${window[gnome-clocks]} gc=${pid[gnome-clocks]} width
     width=$(xwininfo -id "$w" 2>/dev/null | awk '/Width:/ { print $2 }')
+    width=${width:-870}
     timeout 10 xdotool mousemove --window "$w" $((width - 245)) 28 click 1
     sleep 1
     timeout 10 xdotool mousemove --window "$w" $((width / 2 + 123)) 294 click 1
@@ -356,12 +387,14 @@ peers_run() {
     timeout 10 xdotool mousemove --window "$w" $((width / 2)) 542 click 1
     sleep 1
     if window_changes "$w"; then
-        local begin_count result
+        local begin_count result focus=no
+        has_focus "$w" && focus=yes
         begin_count=$(cpu_begin "$gc")
         pause 60
         if result=$(cpu_end "$gc" "$begin_count"); then
             emit cpu_counting_pct gnome-clocks "${result%% *}" % \
-                "Timer page, 1 h preset started with xdotool (window picture seen changing); ${result#* }" "$results"
+                "Timer page, 1 h preset started with xdotool (window picture seen changing), $(focus_note "$w" "$focus"); ${result#* }" \
+                "$results"
         fi
     else
         say "gnome-clocks: its timer could not be started with xdotool (the window did not change); no counting row"
@@ -380,10 +413,13 @@ brevlin_home=$home
 pause 3
 launch_kb=$(rss_kb "$bpid")
 emit rss_launch_mb brevlin "$(mb "$launch_kb")" MB "VmRSS $launch_kb kB, 3 s after the first window was drawn"
+focus=no
+has_focus "$bwin" && focus=yes
 cpu_mark=$(cpu_begin "$bpid")
 pause 60
 result=$(cpu_end "$bpid" "$cpu_mark") &&
-    emit cpu_idle_pct brevlin "${result%% *}" % "idle after launch, untouched, paused at 00:01:00; ${result#* }"
+    emit cpu_idle_pct brevlin "${result%% *}" % \
+        "idle after launch, untouched, paused at 00:01:00, $(focus_note "$bwin" "$focus"); ${result#* }"
 
 # The countdown: the presenter's way, through the keyboard.
 hours=$((memory_minutes / 60 + 1))
@@ -415,6 +451,8 @@ say "Brevlin: counting $expected for $memory_minutes min; peers beside it after 
 
 count_start=$(now)
 samples=("$(rss_kb "$bpid")")
+focus=no
+has_focus "$bwin" && focus=yes
 cpu_mark=$(cpu_begin "$bpid")
 peers_out="$root/peers.jsonl"
 : >"$peers_out"
@@ -425,7 +463,7 @@ while :; do
     if [ "$elapsed" -ge 60 ] && [ -n "$cpu_mark" ]; then
         result=$(cpu_end "$bpid" "$cpu_mark") &&
             emit cpu_counting_pct brevlin "${result%% *}" % \
-                "first minute of a countdown from $expected (BRVCountdownTime seen in the settings file, picture seen changing); ${result#* }"
+                "first minute of a countdown from $expected (BRVCountdownTime seen in the settings file, picture seen changing), $(focus_note "$bwin" "$focus"); ${result#* }"
         cpu_mark=""
         peers_run "$peers_out" &
         peers_pid=$!
