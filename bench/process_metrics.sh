@@ -32,6 +32,9 @@ done
 
 say() { echo "process_metrics: $*" >&2; }
 
+# shellcheck source=SCRIPTDIR/../scripts/virtual-display.sh
+. "$(cd "$(dirname "$0")/../scripts" && pwd)/virtual-display.sh"
+
 find_binary() { # name: the first of BUILD_DIR/bin/name, BUILD_DIR/bench/name
     local candidate
     for candidate in "$build_dir/bin/$1" "$build_dir/bench/$1"; do
@@ -96,25 +99,7 @@ export LC_ALL=C.UTF-8 LANG=C.UTF-8
 unset WAYLAND_DISPLAY SESSION_MANAGER DBUS_SESSION_BUS_ADDRESS QT_QPA_PLATFORM QT_STYLE_OVERRIDE
 export QT_QPA_PLATFORM=xcb GDK_BACKEND=x11
 
-exec 3<>"$root/displayfd"
-Xvfb -displayfd 3 -screen 0 1280x800x24 -br -nolisten tcp -noreset >"$root/logs/xvfb.log" 2>&1 &
-pids+=($!)
-num=""
-for _ in $(seq 200); do
-    num=$(head -n1 "$root/displayfd" 2>/dev/null)
-    [ -n "$num" ] && break
-    sleep 0.05
-done
-exec 3>&-
-[ -n "$num" ] || { say "Xvfb did not start"; cat "$root/logs/xvfb.log" >&2; exit 1; }
-export DISPLAY=":$num"
-openbox --sm-disable >"$root/logs/openbox.log" 2>&1 &
-pids+=($!)
-for _ in $(seq 200); do
-    xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && break
-    sleep 0.05
-done
-xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' || { say "openbox did not start"; exit 1; }
+start_virtual_display "$root/logs" || { say "no virtual display"; exit 1; }
 if [ "$have_bus" = 1 ]; then
     exec 4<>"$root/bus-address"
     dbus-daemon --session --nofork --print-address=4 >"$root/logs/dbus.log" 2>&1 &

@@ -8,16 +8,14 @@ if [ -n "${DISPLAY:-}" ] || [ -n "${WAYLAND_DISPLAY:-}" ] || [ "$(uname)" = Darw
     exec "$app"
 fi
 
-num=99
-while [ -e "/tmp/.X11-unix/X$num" ] || [ -e "/tmp/.X$num-lock" ]; do num=$((num + 1)); done
-echo "No display found: starting a virtual one (Xvfb) on :$num with the openbox window manager."
-echo "Look at it with:  DISPLAY=:$num import -window root shot.png    Type into it with:  DISPLAY=:$num xdotool type 0:10:0"
-Xvfb ":$num" -screen 0 1280x800x24 -nolisten tcp >/dev/null 2>&1 &
-xvfb=$!
-trap 'kill $openbox $xvfb 2>/dev/null' EXIT
+# shellcheck source=SCRIPTDIR/virtual-display.sh
+. "$(cd "$(dirname "$0")" && pwd)/virtual-display.sh"
+pids=()
+logs=$(mktemp -d "${TMPDIR:-/tmp}/brevlin-display.XXXXXX")
+trap 'kill "${pids[@]}" 2>/dev/null; rm -rf "$logs"' EXIT
 trap 'exit 130' INT TERM
-export DISPLAY=":$num"
-for _ in $(seq 100); do xdpyinfo >/dev/null 2>&1 && break; sleep 0.05; done
-openbox --sm-disable >/dev/null 2>&1 &
-openbox=$!
+echo "No display found: starting a virtual one (Xvfb) with the openbox window manager."
+start_virtual_display "$logs" || exit 1
+echo "It is $DISPLAY. Look at it with:  DISPLAY=$DISPLAY import -window root shot.png"
+echo "Type into it with:  DISPLAY=$DISPLAY xdotool type 0:10:0"
 "$app"

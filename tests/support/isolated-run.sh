@@ -19,6 +19,9 @@ while [ $# -gt 0 ]; do
 done
 [ $# -gt 0 ] || { echo "isolated-run: no command" >&2; exit 2; }
 
+# shellcheck source=SCRIPTDIR/../../scripts/virtual-display.sh
+. "$(cd "$(dirname "$0")/../../scripts" && pwd)/virtual-display.sh"
+
 root=$(mktemp -d "${TMPDIR:-/tmp}/brevlin-test.XXXXXX")
 pids=()
 cleanup() {
@@ -45,25 +48,8 @@ if [ "$want_offscreen" = 1 ]; then
 fi
 
 if [ "$want_x11" = 1 ]; then
-    command -v Xvfb >/dev/null || { echo "isolated-run: Xvfb is missing (make deps)" >&2; exit 1; }
-    exec 3<> "$root/displayfd"
-    Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp -noreset >"$root/xvfb.log" 2>&1 &
-    pids+=($!)
-    for _ in $(seq 100); do
-        num=$(head -n1 "$root/displayfd" 2>/dev/null)
-        [ -n "$num" ] && break
-        sleep 0.05
-    done
-    [ -n "${num:-}" ] || { echo "isolated-run: Xvfb did not start" >&2; cat "$root/xvfb.log" >&2; exit 1; }
-    export DISPLAY=":$num"
+    start_virtual_display "$root" || { echo "isolated-run: no virtual display" >&2; exit 1; }
     export QT_QPA_PLATFORM=xcb
-    openbox --sm-disable >"$root/openbox.log" 2>&1 &
-    pids+=($!)
-    # The window manager is ready once it has announced itself on the root window.
-    for _ in $(seq 100); do
-        xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && break
-        sleep 0.05
-    done
 fi
 
 if [ "$want_pulse" = 1 ]; then
