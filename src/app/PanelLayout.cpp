@@ -26,22 +26,27 @@ QFont measuringFont()
     return available ? QFont(measuringFamily()) : QFontDatabase::systemFont(QFontDatabase::FixedFont);
 }
 
+namespace {
+
+// The sample's size per pixel of font size. Taken once, at the face's own design resolution, where
+// advances and extents are exact design units; sizes then scale linearly, as on a text system with
+// fractional, unhinted metrics. Measuring each of up to 990 candidate sizes with hinting would build a font
+// engine per size, some 100 ms a layout.
 QSizeF samplePerPixel()
 {
-    // Taken once, at the face's own design resolution, where advances and extents are exact design units.
-    // Sizes then scale linearly, as on a text system with fractional, unhinted metrics; measuring each of
-    // up to 990 candidate sizes with hinting would build a font engine per size, some 100 ms a layout.
     static const QSizeF perPixel = [] {
         QFont font = measuringFont();
         font.setHintingPreference(QFont::PreferNoHinting);
         const QRawFont raw = QRawFont::fromFont(font);
-        const qreal unitsPerEm = raw.isValid() && raw.unitsPerEm() > 0 ? raw.unitsPerEm() : 2048;
-        font.setPixelSize(qRound(unitsPerEm));
+        const int unitsPerEm = raw.isValid() && raw.unitsPerEm() > 0 ? qRound(raw.unitsPerEm()) : 2048;
+        font.setPixelSize(unitsPerEm);
         const QFontMetricsF metrics(font);
-        return QSizeF(metrics.horizontalAdvance(sizingSample()), metrics.height()) / qRound(unitsPerEm);
+        return QSizeF(metrics.horizontalAdvance(sizingSample()), metrics.height()) / unitsPerEm;
     }();
     return perPixel;
 }
+
+} // namespace
 
 QSizeF measureSample(int pixelSize)
 {

@@ -27,9 +27,6 @@ QString measuringFamily();
 /// The measuring family, or the platform's fixed-pitch font where that family is not installed.
 QFont measuringFont();
 
-/// The size of the sizing sample per pixel of font size, in the measuring font.
-QSizeF samplePerPixel();
-
 /// The size of the sizing sample at a pixel size, in the measuring font.
 QSizeF measureSample(int pixelSize);
 
