@@ -22,5 +22,7 @@ QVariantMap registrationDefaults(const Brevlin& settings)
     if (soundFiles.isNull())
         soundFiles = QStringLiteral("");
     defaults.insert(PreferenceKeys::SoundFiles, soundFiles);
+    // Not a setting of the timer itself but of how the panel gives the keyboard back: on unless turned off.
+    defaults.insert(PreferenceKeys::ReturnFocusToPreviousWindow, true);
     return defaults;
 }

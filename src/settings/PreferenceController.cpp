@@ -180,3 +180,13 @@ void PreferenceController::setPreferenceRemindEveryInterval(const QString& value
     defaults().setObject(value, PreferenceKeys::RemindEveryInterval);
     post(NotificationNames::RemindEveryIntervalChanged);
 }
+
+bool PreferenceController::preferenceReturnFocusToPreviousWindow()
+{
+    return defaults().boolForKey(PreferenceKeys::ReturnFocusToPreviousWindow);
+}
+
+void PreferenceController::setPreferenceReturnFocusToPreviousWindow(bool value)
+{
+    defaults().setBool(value, PreferenceKeys::ReturnFocusToPreviousWindow);
+}

@@ -52,4 +52,8 @@ public:
 
     static QString preferenceRemindEveryInterval();
     static void setPreferenceRemindEveryInterval(const QString& value);
+
+    /// Posts nothing: the panel reads it at every hand-back.
+    static bool preferenceReturnFocusToPreviousWindow();
+    static void setPreferenceReturnFocusToPreviousWindow(bool value);
 };

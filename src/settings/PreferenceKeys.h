@@ -20,6 +20,8 @@ inline const QString ContinueCountdown = QStringLiteral("ContinueCountdown");
 inline const QString PlayReminderSound = QStringLiteral("PlayReminderSound");
 /// Never registered: while the user has not set it, the settings object's own 0:5:0 is in effect.
 inline const QString RemindEveryInterval = QStringLiteral("RemindEveryInterval");
+/// Where no PowerPoint runs, the keyboard goes back to the window the presenter used before the panel.
+inline const QString ReturnFocusToPreviousWindow = QStringLiteral("ReturnFocusToPreviousWindow");
 } // namespace PreferenceKeys
 
 namespace NotificationNames {

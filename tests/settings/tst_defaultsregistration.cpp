@@ -73,6 +73,7 @@ void TestDefaultsRegistration::holdsExactlyTheBuiltInValues()
         {QStringLiteral("SelectedReminderSoundIndex"), QVariant::fromValue(qint64(4))},
         {QStringLiteral("SoundFiles"),
          QStringLiteral("Left Coast Piano.mp3:Piano 1.mp3:School Bell.mp3:Harp Compound.mp3:click_tin.wav")},
+        {QStringLiteral("ReturnFocusToPreviousWindow"), true},
     };
     const QVariantMap actual = registrationDefaults(Brevlin());
     QCOMPARE(actual.keys(), expected.keys());
@@ -144,7 +145,7 @@ void TestDefaultsRegistration::registeringTwiceLeavesOnlyBuiltInValuesAndUserVal
     defaults().registerDefaults(registrationDefaults(Brevlin()));
 
     QCOMPARE(defaults().registeredDefaults(), registrationDefaults(Brevlin()));
-    QCOMPARE(defaults().registeredDefaults().size(), 10);
+    QCOMPARE(defaults().registeredDefaults().size(), 11);
     QCOMPARE(defaults().boolForKey(PreferenceKeys::PlaySound), false);
     QCOMPARE(defaults().stringForKey(PreferenceKeys::SoundFiles), QStringLiteral("a.wav:b.wav"));
     QCOMPARE(defaults().stringForKey(PreferenceKeys::RemindEveryInterval), QStringLiteral("0:0:10"));

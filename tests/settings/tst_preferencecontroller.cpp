@@ -189,6 +189,7 @@ void TestPreferenceController::freshInstallationReadsTheRegisteredDefaults()
     QCOMPARE(PreferenceController::preferencePlaySound(), true);
     QCOMPARE(PreferenceController::preferenceContinueCountdown(), true);
     QCOMPARE(PreferenceController::preferencePlayReminderSound(), true);
+    QCOMPARE(PreferenceController::preferenceReturnFocusToPreviousWindow(), true);
 }
 
 void TestPreferenceController::freshInstallationSoundNames()
@@ -362,8 +363,10 @@ void TestPreferenceController::silentSettersPostNothing()
     PreferenceController::setPreferenceCountdownTime(QStringLiteral("00:10:00"));
     PreferenceController::setPreferenceSoundFiles({QStringLiteral("a.mp3")});
     PreferenceController::setPreferenceSoundFiles({});
+    PreferenceController::setPreferenceReturnFocusToPreviousWindow(false);
     QCOMPARE(PreferenceController::preferenceCountdownTime(), QStringLiteral("00:10:00"));
     QCOMPARE(PreferenceController::preferenceSoundFiles(), QStringList{QString()});
+    QCOMPARE(PreferenceController::preferenceReturnFocusToPreviousWindow(), false);
     QCOMPARE(g_received.size(), size_t(0));
 }
 

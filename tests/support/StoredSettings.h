@@ -21,7 +21,8 @@ inline const QStringList& allKeys()
                                   PreferenceKeys::PlaySound,
                                   PreferenceKeys::ContinueCountdown,
                                   PreferenceKeys::PlayReminderSound,
-                                  PreferenceKeys::RemindEveryInterval};
+                                  PreferenceKeys::RemindEveryInterval,
+                                  PreferenceKeys::ReturnFocusToPreviousWindow};
     return keys;
 }
 
