@@ -224,6 +224,16 @@ void AppDelegate::handleBgColorChange()
     m_panel->setBackgroundColor(unarchiveObjectWithData(PreferenceController::preferenceBgColor()));
 }
 
+void AppDelegate::handleSoundSelectionChange()
+{
+    // Reloads endSound by the stored name once the sound library is there.
+}
+
+void AppDelegate::handleReminderSoundSelectionChange()
+{
+    // Reloads reminderSound by the stored name once the sound library is there.
+}
+
 void AppDelegate::quit()
 {
     QCoreApplication::quit();

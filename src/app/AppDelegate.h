@@ -74,6 +74,8 @@ public slots:
     void onPauseResetClick();
     void handleTextColorChange();
     void handleBgColorChange();
+    void handleSoundSelectionChange();
+    void handleReminderSoundSelectionChange();
     void quit();
 
 protected:
