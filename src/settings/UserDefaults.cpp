@@ -3,7 +3,12 @@
 #include "TextValues.h"
 
 #include <QCoreApplication>
+#include <QEvent>
+#include <QLockFile>
 #include <QMetaType>
+
+#include <functional>
+#include <utility>
 
 namespace {
 
@@ -44,6 +49,45 @@ bool isNumber(const QVariant& value)
 // The only instance; set while it exists so that the exit routine never reaches a destroyed object.
 UserDefaults* g_instance = nullptr;
 
+// How long a save waits for the settings lock before it leaves the values pending. A writer that plays by
+// the rules (another launch, another QSettings) holds the lock only for the few milliseconds of writing a
+// small file; QLockFile looks again after 100 ms, so this allows a second and a last look. It stays under a
+// pause a presenter would notice, and far under one tick of the countdown.
+constexpr int LockTimeoutMs = 150;
+
+// A store left with values it could not save at exit: its destructor would wait for the lock without limit,
+// so it is never destroyed. Kept reachable here so that leak checkers do not report it.
+QSettings* g_abandoned = nullptr;
+
+const QEvent::Type SaveRequest = static_cast<QEvent::Type>(QEvent::registerEventType());
+
+// QSettings saves on its own after each change, waiting for the lock without limit, so its own schedule is
+// switched off and the store's guarded save runs in its place.
+class GuardedSettings : public QSettings
+{
+public:
+    explicit GuardedSettings(std::function<void()> save)
+        : QSettings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("Brevlin"),
+                    QStringLiteral("Brevlin"))
+        , m_save(std::move(save))
+    {}
+
+protected:
+    bool event(QEvent* event) override
+    {
+        if (event->type() == QEvent::UpdateRequest)
+            return true;
+        if (event->type() == SaveRequest) {
+            m_save();
+            return true;
+        }
+        return QSettings::event(event);
+    }
+
+private:
+    std::function<void()> m_save;
+};
+
 } // namespace
 
 UserDefaults& UserDefaults::standardUserDefaults()
@@ -53,12 +97,14 @@ UserDefaults& UserDefaults::standardUserDefaults()
 }
 
 UserDefaults::UserDefaults()
-    : m_settings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("Brevlin"),
-                 QStringLiteral("Brevlin"))
+    : m_settings(new GuardedSettings([this] {
+        m_saveQueued = false;
+        synchronize();
+    }))
 {
     // Only the user's own file counts: QSettings would otherwise also read organisation-wide and
     // system-wide files, which no part of this application writes.
-    m_settings.setFallbacksEnabled(false);
+    m_settings->setFallbacksEnabled(false);
     g_instance = this;
     // The QSettings destructor would save at static destruction too, but by then parts of Qt may be gone;
     // saving while the application object is destroyed is the dependable moment.
@@ -69,6 +115,11 @@ UserDefaults::~UserDefaults()
 {
     g_instance = nullptr;
     qRemovePostRoutine(&UserDefaults::synchronizeAtExit);
+    // Quitting must not hang on a lock that never comes free; what could not be saved is lost either way.
+    if (m_unsaved && !synchronize())
+        g_abandoned = m_settings;
+    else
+        delete m_settings;
 }
 
 void UserDefaults::synchronizeAtExit()
@@ -81,8 +132,8 @@ QVariant UserDefaults::objectForKey(const QString& key) const
 {
     if (key.isEmpty())
         return {};
-    if (m_settings.contains(key)) {
-        QVariant value = m_settings.value(key);
+    if (m_settings->contains(key)) {
+        QVariant value = m_settings->value(key);
         if (!isNil(value))
             return value;
     }
@@ -97,7 +148,8 @@ void UserDefaults::setObject(const QVariant& value, const QString& key)
     }
     if (key.isEmpty())
         return;
-    m_settings.setValue(key, value);
+    m_settings->setValue(key, value);
+    changed();
 }
 
 void UserDefaults::removeObjectForKey(const QString& key)
@@ -105,7 +157,8 @@ void UserDefaults::removeObjectForKey(const QString& key)
     // QSettings::remove() with an empty key would empty the whole store.
     if (key.isEmpty())
         return;
-    m_settings.remove(key);
+    m_settings->remove(key);
+    changed();
 }
 
 QString UserDefaults::stringForKey(const QString& key) const
@@ -173,10 +226,40 @@ void UserDefaults::removeRegisteredDefaults()
 
 QString UserDefaults::filePath() const
 {
-    return m_settings.fileName();
+    return m_settings->fileName();
 }
 
-void UserDefaults::synchronize()
+bool UserDefaults::synchronize()
 {
-    m_settings.sync();
+    // Without pending values QSettings only reads, and reading takes no lock.
+    if (m_unsaved && !lockIsAvailable())
+        return false;
+    m_settings->sync();
+    m_unsaved = false;
+    return true;
+}
+
+void UserDefaults::changed()
+{
+    m_unsaved = true;
+    if (m_saveQueued)
+        return;
+    // Several changes in a row are saved together; after a skipped save, the next change queues a new one.
+    m_saveQueued = true;
+    QCoreApplication::postEvent(m_settings, new QEvent(SaveRequest));
+}
+
+bool UserDefaults::lockIsAvailable() const
+{
+    // The same lock file QSettings uses. Taken and released at once: QSettings takes it again right after,
+    // and a QLockFile cannot be taken twice by one process. A writer that slips in between makes QSettings
+    // wait only for that writer's own save.
+    QLockFile probe(m_settings->fileName() + QStringLiteral(".lock"));
+    if (probe.tryLock(LockTimeoutMs)) {
+        probe.unlock();
+        return true;
+    }
+    // Only a lock held by someone else makes QSettings wait. On any other failure (no folder yet, no
+    // permission, or a store such as the registry that takes no lock) it does not wait, so let it proceed.
+    return probe.error() != QLockFile::LockFailedError;
 }

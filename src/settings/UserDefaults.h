@@ -15,8 +15,15 @@
 /// one removes the user's value (as setting nil does in Cocoa), and a stored value that reads back invalid
 /// (a damaged entry) counts as absent.
 ///
-/// Writes are not forced to disk: QSettings saves on its own schedule, and whatever is still pending is
-/// saved when the application object goes away or, at the latest, when the process ends normally.
+/// Writes are not forced to disk: they are saved together once control returns to the event loop, and
+/// whatever is still pending is saved when the application object goes away or, at the latest, when the
+/// process ends normally.
+///
+/// A save never waits long for the settings file's lock. When another holder keeps it (a live process, or a
+/// leftover that cannot be removed, such as a folder of that name), the save is skipped: the values stay in
+/// this process and read back as written, and the next change (or synchronize()) tries again, carrying every
+/// pending value. A lock that QLockFile considers stale (its owner is gone) is taken over as QLockFile does;
+/// no other lock is ever removed.
 class UserDefaults
 {
 public:
@@ -55,8 +62,10 @@ public:
 
     /// The settings file (or registry path) that holds the user's values.
     QString filePath() const;
-    /// Writes pending values now and takes in what another process changed in the file meanwhile.
-    void synchronize();
+    /// Writes pending values now and takes in what another process changed in the file meanwhile. Returns
+    /// false when pending values could not be written because the settings lock stayed taken; they are kept
+    /// and written by a later attempt.
+    bool synchronize();
 
 private:
     UserDefaults();
@@ -65,6 +74,15 @@ private:
     // Saves what is still pending when the application object is destroyed, before Qt tears down.
     static void synchronizeAtExit();
 
-    QSettings m_settings;
+    // Records a change and makes sure one save is queued for the event loop.
+    void changed();
+    // Whether QSettings' own lock (which waits without limit) can be taken without a long wait.
+    bool lockIsAvailable() const;
+
+    // Owned; deliberately abandoned at exit if values are still waiting for the lock (see the destructor).
+    QSettings* m_settings;
     QVariantMap m_registered;
+    // Changes not yet handed to a QSettings sync.
+    bool m_unsaved = false;
+    bool m_saveQueued = false;
 };
