@@ -7,6 +7,9 @@ packages=(
     # build
     g++ cmake ninja-build pkg-config make
     qt6-base-dev qt6-base-dev-tools libgl-dev libxcb1-dev
+    # build: the sound library (Qt Multimedia's QAudioSink, libsndfile to decode); at run time QAudioSink
+    # needs nothing more on Linux, its PulseAudio client is built into libQt6Multimedia
+    qt6-multimedia-dev libsndfile1-dev
     # run: the X11 and offscreen platform plugins, a font
     qt6-qpa-plugins fonts-dejavu-core
     # test: a virtual display with a real window manager, input and window inspection, screenshots,

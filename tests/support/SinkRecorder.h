@@ -35,7 +35,9 @@ public:
         m_process.waitForFinished(5000);
         const QByteArray raw = m_process.readAllStandardOutput();
         QVector<qint16> samples(raw.size() / 2);
-        memcpy(samples.data(), raw.constData(), size_t(samples.size()) * 2);
+        // Nothing recorded leaves both pointers null, which memcpy may not be given even for no bytes.
+        if (!samples.isEmpty())
+            memcpy(samples.data(), raw.constData(), size_t(samples.size()) * 2);
         return samples;
     }
 

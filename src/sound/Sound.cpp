@@ -1,0 +1,229 @@
+#include "Sound.h"
+
+#include <QAudioFormat>
+#include <QAudioSink>
+#include <QBuffer>
+#include <QFile>
+#include <QTimer>
+
+#include <sndfile.h>
+
+#include <climits>
+#include <cstring>
+
+namespace {
+
+// Sounds are cues of a few seconds; these limits only keep a huge or hostile file from exhausting memory.
+constexpr qint64 maxFileBytes = 64 * 1024 * 1024;
+constexpr qint64 maxPcmBytes = 256 * 1024 * 1024;
+constexpr int maxChannels = 8;
+
+// libsndfile reads the file from memory, so the file on disk is read exactly once.
+struct MemoryFile
+{
+    const QByteArray* data;
+    sf_count_t position;
+};
+
+sf_count_t memoryLength(void* user)
+{
+    return static_cast<MemoryFile*>(user)->data->size();
+}
+
+sf_count_t memorySeek(sf_count_t offset, int whence, void* user)
+{
+    auto* file = static_cast<MemoryFile*>(user);
+    sf_count_t base = 0;
+    if (whence == SEEK_CUR)
+        base = file->position;
+    else if (whence == SEEK_END)
+        base = file->data->size();
+    const sf_count_t target = base + offset;
+    if (target < 0 || target > file->data->size())
+        return -1;
+    file->position = target;
+    return file->position;
+}
+
+sf_count_t memoryRead(void* destination, sf_count_t count, void* user)
+{
+    auto* file = static_cast<MemoryFile*>(user);
+    const sf_count_t available = file->data->size() - file->position;
+    const sf_count_t n = qBound<sf_count_t>(0, count, available);
+    std::memcpy(destination, file->data->constData() + file->position, size_t(n));
+    file->position += n;
+    return n;
+}
+
+sf_count_t memoryWrite(const void*, sf_count_t, void*)
+{
+    return 0;
+}
+
+sf_count_t memoryTell(void* user)
+{
+    return static_cast<MemoryFile*>(user)->position;
+}
+
+} // namespace
+
+Sound::Sound(QByteArray pcm, int sampleRate, int channelCount)
+    : m_pcm(std::move(pcm))
+    , m_sampleRate(sampleRate)
+    , m_channelCount(channelCount)
+{}
+
+Sound::~Sound()
+{
+    delete m_sink;
+    delete m_source;
+}
+
+std::shared_ptr<Sound> Sound::withContentsOfFile(const QString& path)
+{
+    if (path.isEmpty())
+        return nullptr;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || file.size() > maxFileBytes)
+        return nullptr;
+    const QByteArray encoded = file.readAll();
+    file.close();
+
+    MemoryFile memory{&encoded, 0};
+    SF_VIRTUAL_IO io{memoryLength, memorySeek, memoryRead, memoryWrite, memoryTell};
+    SF_INFO info{};
+    SNDFILE* sndfile = sf_open_virtual(&io, SFM_READ, &info, &memory);
+    if (!sndfile)
+        return nullptr;
+    if (info.channels < 1 || info.channels > maxChannels || info.samplerate < 1 || info.samplerate > 384000) {
+        sf_close(sndfile);
+        return nullptr;
+    }
+    // Floating-point sources are scaled to the full 16-bit range instead of being clipped at ±1.
+    sf_command(sndfile, SFC_SET_SCALE_FLOAT_INT_READ, nullptr, SF_TRUE);
+
+    // The frame count in a header can be absent or wrong, so read until the decoder stops.
+    QByteArray pcm;
+    const sf_count_t chunkFrames = 8192;
+    const qsizetype frameBytes = qsizetype(info.channels) * qsizetype(sizeof(short));
+    bool tooLong = false;
+    for (;;) {
+        const qsizetype offset = pcm.size();
+        if (offset + chunkFrames * frameBytes > maxPcmBytes) {
+            tooLong = true;
+            break;
+        }
+        pcm.resize(offset + chunkFrames * frameBytes);
+        const sf_count_t read =
+            sf_readf_short(sndfile, reinterpret_cast<short*>(pcm.data() + offset), chunkFrames);
+        pcm.resize(offset + qsizetype(qMax<sf_count_t>(read, 0)) * frameBytes);
+        if (read < chunkFrames)
+            break;
+    }
+    sf_close(sndfile);
+    if (tooLong || pcm.isEmpty())
+        return nullptr;
+    pcm.squeeze();
+    return std::shared_ptr<Sound>(new Sound(std::move(pcm), info.samplerate, info.channels));
+}
+
+double Sound::duration() const
+{
+    return double(m_pcm.size()) / (double(m_sampleRate) * m_channelCount * 2);
+}
+
+void Sound::play()
+{
+    if (m_sink)
+        return;
+    QAudioFormat format;
+    format.setSampleRate(m_sampleRate);
+    format.setChannelCount(m_channelCount);
+    format.setSampleFormat(QAudioFormat::Int16);
+
+    m_source = new QBuffer(&m_pcm);
+    m_source->open(QIODevice::ReadOnly);
+    m_sink = new QAudioSink(format);
+    m_keepAlive = shared_from_this();
+    // Callbacks hold the sound weakly and name their own sink: one that fires after the playback it
+    // belongs to has ended must neither touch a released sound nor end a later playback.
+    const std::weak_ptr<Sound> weak = m_keepAlive;
+    QAudioSink* sink = m_sink;
+    const auto finishPlayback = [weak, sink] {
+        if (const std::shared_ptr<Sound> sound = weak.lock(); sound && sound->m_sink == sink)
+            sound->finish();
+    };
+    QObject::connect(
+        sink, &QAudioSink::stateChanged, sink, [this, format, sink, finishPlayback](QAudio::State state) {
+            if (state == QAudio::StoppedState) {
+                finishPlayback();
+                return;
+            }
+            // Idle with the whole buffer read is the end of reading, an idle moment before that only an
+            // underrun. What the back end still holds is yet to be heard: stopping now would cut it off.
+            if (state == QAudio::IdleState && m_source && m_source->atEnd() && !m_finishing) {
+                m_finishing = true;
+                const qint64 total = format.durationForBytes(qint32(qMin<qsizetype>(m_pcm.size(), INT_MAX)));
+                const qint64 buffered = format.durationForBytes(qint32(sink->bufferSize()));
+                const qint64 left = qBound<qint64>(0, total - sink->processedUSecs(), buffered);
+                QTimer::singleShot(int(left / 1000) + 60, sink, finishPlayback);
+            }
+        });
+    m_finishing = false;
+    sink->start(m_source);
+    // Without a sound server or device the sink stops at once; the sound is then simply not heard.
+    if (m_sink == sink && sink->state() == QAudio::StoppedState)
+        finish();
+}
+
+void Sound::finish()
+{
+    if (!m_sink)
+        return;
+    QAudioSink* sink = m_sink;
+    QBuffer* source = m_source;
+    m_sink = nullptr;
+    m_source = nullptr;
+    sink->disconnect();
+    sink->stop();
+    sink->deleteLater();
+    delete source;
+    // Last: this may be the only reference left, and then the sound ends here.
+    const std::shared_ptr<Sound> self = std::move(m_keepAlive);
+}
+
+QStringList Sound::supportedFileTypes()
+{
+    QStringList types;
+    int count = 0;
+    sf_command(nullptr, SFC_GET_FORMAT_MAJOR_COUNT, &count, sizeof count);
+    for (int i = 0; i < count; ++i) {
+        SF_FORMAT_INFO info{};
+        info.format = i;
+        if (sf_command(nullptr, SFC_GET_FORMAT_MAJOR, &info, sizeof info) != 0 || !info.extension)
+            continue;
+        const QString extension = QString::fromLatin1(info.extension).toLower();
+        // Header-less data cannot be told from any other file, so it never loads.
+        if (extension == QLatin1String("raw"))
+            continue;
+        types << extension;
+        // libsndfile names each container by one extension; files in the wild use these too.
+        if (extension == QLatin1String("m1a"))
+            types << QStringLiteral("mp3") << QStringLiteral("mp2") << QStringLiteral("mpga");
+        else if (extension == QLatin1String("oga"))
+            types << QStringLiteral("ogg") << QStringLiteral("opus");
+        else if (extension == QLatin1String("aiff"))
+            types << QStringLiteral("aif") << QStringLiteral("aifc");
+    }
+    types.removeDuplicates();
+    return types;
+}
+
+bool Sound::playFile(const QString& path)
+{
+    const std::shared_ptr<Sound> sound = withContentsOfFile(path);
+    if (!sound)
+        return false;
+    sound->play();
+    return true;
+}

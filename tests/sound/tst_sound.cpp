@@ -1,0 +1,249 @@
+// A loaded sound is heard on the test's PulseAudio null sink: whole, once, from memory, and never twice at
+// a time from the same object.
+#include "SinkRecorder.h"
+#include "Sound.h"
+#include "SoundFolder.h"
+#include "TestMain.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <algorithm>
+
+namespace {
+
+bool writeFile(const QString& path, const QByteArray& data)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
+}
+
+// Seconds of the recording whose 10 ms windows are louder than the threshold (RMS, full scale 1).
+double loudSeconds(const QVector<qint16>& samples, double threshold = 0.02)
+{
+    const int window = SinkRecorder::sampleRate / 100;
+    int loud = 0;
+    for (int start = 0; start + window <= samples.size(); start += window) {
+        if (SinkRecorder::rms(samples.mid(start, window)) > threshold)
+            ++loud;
+    }
+    return loud / 100.0;
+}
+
+double peak(const QVector<qint16>& samples)
+{
+    int highest = 0;
+    for (qint16 s : samples)
+        highest = std::max(highest, std::abs(int(s)));
+    return highest / 32768.0;
+}
+
+} // namespace
+
+class TestSound : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+
+    QString toneFile(const QString& name, double seconds, double amplitude = 0.5)
+    {
+        const QString path = m_dir.filePath(name);
+        if (!writeFile(path, sineWav(440, seconds, amplitude)))
+            return {};
+        return path;
+    }
+
+    static void waitUntilQuiet(const std::shared_ptr<Sound>& sound)
+    {
+        QTRY_VERIFY_WITH_TIMEOUT(!sound->isPlaying(), 10000);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(m_dir.isValid());
+        QVERIFY2(!qEnvironmentVariableIsEmpty("BREVLIN_TEST_SINK_MONITOR"),
+                 "run through isolated-run.sh --pulse");
+    }
+
+    void aPlayedSoundIsHeardWholeAndOnce()
+    {
+        const auto sound = Sound::withContentsOfFile(toneFile(QStringLiteral("tone.wav"), 0.8));
+        QVERIFY(sound);
+        QCOMPARE(sound->sampleRate(), 44100);
+        QCOMPARE(sound->channelCount(), 1);
+        QVERIFY(qAbs(sound->duration() - 0.8) < 0.01);
+
+        SinkRecorder recorder;
+        QVERIFY(recorder.start());
+        QTest::qWait(200);
+        QElapsedTimer clock;
+        clock.start();
+        sound->play();
+        // play() hands the sound to the audio back end and returns long before the sound is over.
+        QVERIFY2(clock.elapsed() < 400, qPrintable(QString::number(clock.elapsed())));
+        QVERIFY(sound->isPlaying());
+        waitUntilQuiet(sound);
+        QTest::qWait(300);
+        const auto samples = recorder.stop();
+        const double heard = loudSeconds(samples);
+        qInfo("heard %.2f s, RMS %.3f, peak %.3f", heard, SinkRecorder::rms(samples), peak(samples));
+        // The tail is not cut off when the back end reports the buffer drained, nor is anything repeated.
+        QVERIFY2(heard > 0.72 && heard < 0.9, qPrintable(QString::number(heard)));
+        QVERIFY(peak(samples) > 0.4 && peak(samples) < 0.6);
+    }
+
+    void playWhilePlayingAddsNothing()
+    {
+        const auto sound = Sound::withContentsOfFile(toneFile(QStringLiteral("long.wav"), 1.0, 0.3));
+        QVERIFY(sound);
+        SinkRecorder recorder;
+        QVERIFY(recorder.start());
+        QTest::qWait(200);
+        sound->play();
+        QTest::qWait(300);
+        QVERIFY(sound->isPlaying());
+        sound->play();
+        QTest::qWait(200);
+        sound->play();
+        waitUntilQuiet(sound);
+        QTest::qWait(300);
+        const auto samples = recorder.stop();
+        const double heard = loudSeconds(samples);
+        // A second playback would lengthen the sound (queued or restarted) or double its amplitude (mixed).
+        QVERIFY2(heard > 0.9 && heard < 1.1, qPrintable(QString::number(heard)));
+        QVERIFY2(peak(samples) < 0.4, qPrintable(QString::number(peak(samples))));
+    }
+
+    void aFinishedSoundPlaysAgain()
+    {
+        const auto sound = Sound::withContentsOfFile(toneFile(QStringLiteral("again.wav"), 0.3));
+        QVERIFY(sound);
+        SinkRecorder recorder;
+        QVERIFY(recorder.start());
+        QTest::qWait(200);
+        sound->play();
+        waitUntilQuiet(sound);
+        sound->play();
+        QVERIFY(sound->isPlaying());
+        waitUntilQuiet(sound);
+        QTest::qWait(300);
+        const double heard = loudSeconds(recorder.stop());
+        QVERIFY2(heard > 0.54 && heard < 0.7, qPrintable(QString::number(heard)));
+    }
+
+    void aSoundPlaysFromMemoryAfterItsFileIsDeletedOrReplaced_data()
+    {
+        QTest::addColumn<bool>("replace");
+        QTest::newRow("deleted") << false;
+        QTest::newRow("replaced by silence") << true;
+    }
+
+    void aSoundPlaysFromMemoryAfterItsFileIsDeletedOrReplaced()
+    {
+        QFETCH(bool, replace);
+        const QString path = toneFile(QStringLiteral("gone.wav"), 0.5);
+        const auto sound = Sound::withContentsOfFile(path);
+        QVERIFY(sound);
+        QVERIFY(QFile::remove(path));
+        if (replace)
+            QVERIFY(writeFile(path, sineWav(440, 0.5, 0.0)));
+        SinkRecorder recorder;
+        QVERIFY(recorder.start());
+        QTest::qWait(200);
+        sound->play();
+        waitUntilQuiet(sound);
+        QTest::qWait(300);
+        const double heard = loudSeconds(recorder.stop());
+        QVERIFY2(heard > 0.45, qPrintable(QString::number(heard)));
+    }
+
+    void aSoundWithoutHandlesPlaysToItsEnd()
+    {
+        // A preview, or an end sound whose handle is replaced while it plays.
+        SinkRecorder recorder;
+        QVERIFY(recorder.start());
+        QTest::qWait(200);
+        QVERIFY(Sound::playFile(toneFile(QStringLiteral("preview.wav"), 0.6)));
+        {
+            auto handle = Sound::withContentsOfFile(toneFile(QStringLiteral("replaced.wav"), 0.6, 0.25));
+            QVERIFY(handle);
+            handle->play();
+            handle = Sound::withContentsOfFile(toneFile(QStringLiteral("other.wav"), 0.1));
+        }
+        // Nothing tells when a sound without handles ends; the null sink renders with up to about two
+        // seconds of latency when no stream asks for less.
+        QTest::qWait(4000);
+        const auto samples = recorder.stop();
+        const double heard = loudSeconds(samples);
+        QVERIFY2(heard > 0.55,
+                 qPrintable(QStringLiteral("%1 s loud of %2 samples").arg(heard).arg(samples.size())));
+        // Both played at once: the mix reaches above either alone.
+        QVERIFY2(peak(samples) > 0.6, qPrintable(QString::number(peak(samples))));
+    }
+
+    void whatIsNotAudioLoadsNothingAndSaysNothing_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<bool>("exists");
+        QTest::newRow("missing") << QByteArray() << false;
+        QTest::newRow("empty") << QByteArray() << true;
+        QTest::newRow("text") << QByteArray("Left Coast Piano, but only in name\n") << true;
+        QTest::newRow("truncated header") << sineWav(440, 0.5).left(30) << true;
+        QTest::newRow("header without samples") << sineWav(440, 0.0) << true;
+        QTest::newRow("random bytes") << QByteArray(4096, '\xa5') << true;
+    }
+
+    void whatIsNotAudioLoadsNothingAndSaysNothing()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(bool, exists);
+        QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
+        const QString path = m_dir.filePath(QStringLiteral("not-audio.mp3"));
+        QFile::remove(path);
+        if (exists)
+            QVERIFY(writeFile(path, content));
+        QVERIFY(!Sound::withContentsOfFile(path));
+        QVERIFY(!Sound::playFile(path));
+    }
+
+    void aFolderOrNoPathLoadsNothing()
+    {
+        QVERIFY(!Sound::withContentsOfFile(m_dir.path()));
+        QVERIFY(!Sound::withContentsOfFile(QString()));
+        QVERIFY(!Sound::withContentsOfFile(QStringLiteral("")));
+    }
+
+    void theSupportedTypesCoverTheCommonFormats()
+    {
+        const QStringList types = Sound::supportedFileTypes();
+        for (const char* type : {"wav", "flac", "ogg", "mp3", "aiff"})
+            QVERIFY2(types.contains(QLatin1String(type)), type);
+        QVERIFY(!types.contains(QStringLiteral("raw")));
+    }
+
+    void everyBuiltInSoundDecodes_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const char* name :
+             {"Left Coast Piano.mp3", "Piano 1.mp3", "School Bell.mp3", "Harp Compound.mp3", "click_tin.wav"})
+            QTest::newRow(name) << QString::fromUtf8(name);
+    }
+
+    void everyBuiltInSoundDecodes()
+    {
+        QFETCH(QString, name);
+        const auto sound = Sound::withContentsOfFile(SoundFolder::resourceFolder() + QLatin1Char('/') + name);
+        QVERIFY2(sound, qPrintable(SoundFolder::resourceFolder()));
+        QVERIFY2(sound->duration() > 0.1 && sound->duration() < 3.0,
+                 qPrintable(QString::number(sound->duration())));
+    }
+};
+
+BREVLIN_TEST_MAIN_CORE(TestSound)
+#include "tst_sound.moc"
