@@ -1,0 +1,93 @@
+// The preferences window on a real X server with a window manager: above ordinary and full-screen windows,
+// on every desktop, as the panel is.
+#include "PreferenceWindowController.h"
+
+#include "StoredSettings.h"
+#include "TestMain.h"
+
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTest>
+#include <QWidget>
+
+#include <memory>
+
+namespace {
+
+QString xprop(const QStringList& arguments)
+{
+    QProcess process;
+    process.start(QStringLiteral("xprop"), arguments);
+    if (!process.waitForFinished(5000))
+        return {};
+    return QString::fromLocal8Bit(process.readAllStandardOutput());
+}
+
+QString windowProperty(const QWidget& window, const QString& property)
+{
+    return xprop({QStringLiteral("-id"), QString::number(window.winId()), property});
+}
+
+// Bottom to top, as the window manager stacks its clients.
+QList<quint64> stacking()
+{
+    QList<quint64> ids;
+    const QString out = xprop({QStringLiteral("-root"), QStringLiteral("_NET_CLIENT_LIST_STACKING")});
+    static const QRegularExpression hex(QStringLiteral("0x[0-9a-fA-F]+"));
+    for (auto it = hex.globalMatch(out.section(QLatin1Char('#'), 1)); it.hasNext();)
+        ids << it.next().captured().toULongLong(nullptr, 16);
+    return ids;
+}
+
+bool isAbove(const QWidget& upper, const QWidget& lower)
+{
+    const QList<quint64> order = stacking();
+    const qsizetype u = order.indexOf(upper.winId()), l = order.indexOf(lower.winId());
+    return u >= 0 && l >= 0 && u > l;
+}
+
+} // namespace
+
+class TestPreferencesX11 : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { StoredSettings::forgetAll(); }
+
+    void theWindowIsOnEveryDesktopAndKeptAbove()
+    {
+        PreferenceWindowController controller;
+        controller.showWindow();
+        QWidget& window = *controller.prefsWindow();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QTRY_VERIFY(windowProperty(window, QStringLiteral("_NET_WM_STATE")).contains("_NET_WM_STATE_ABOVE"));
+        QTRY_VERIFY(windowProperty(window, QStringLiteral("_NET_WM_DESKTOP")).contains("4294967295"));
+    }
+
+    void itOpensOverAFullScreenSlideShowAndStaysAboveOrdinaryWindows()
+    {
+        QWidget slideShow;
+        slideShow.setWindowTitle(QStringLiteral("slide show"));
+        slideShow.showFullScreen();
+        QVERIFY(QTest::qWaitForWindowActive(&slideShow));
+
+        PreferenceWindowController controller;
+        controller.showWindow();
+        QWidget& window = *controller.prefsWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QTRY_VERIFY(isAbove(window, slideShow));
+
+        QWidget ordinary;
+        ordinary.setWindowTitle(QStringLiteral("ordinary"));
+        ordinary.resize(600, 400);
+        ordinary.show();
+        ordinary.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&ordinary));
+        QTest::qWait(100);
+        QVERIFY(isAbove(window, ordinary));
+    }
+};
+
+BREVLIN_TEST_MAIN_WIDGETS(TestPreferencesX11)
+#include "tst_preferencesx11.moc"
