@@ -17,5 +17,7 @@ trap 'exit 130' INT TERM
 echo "No display found: starting a virtual one (Xvfb) with the openbox window manager."
 start_virtual_display "$logs" || exit 1
 echo "It is $DISPLAY. Look at it with:  DISPLAY=$DISPLAY import -window root shot.png"
-echo "Type into it with:  DISPLAY=$DISPLAY xdotool type 0:10:0"
+# The panel takes the keyboard only when its time is clicked, as a presenter would.
+echo "Click into the time and type a new one with:"
+echo "  DISPLAY=$DISPLAY xdotool search --class brevlin mousemove --window %1 110 60 click 1 key ctrl+a type 0:10:0"
 "$app"

@@ -3,20 +3,33 @@
 #include "Brevlin.h"
 #include "ColorArchive.h"
 #include "DefaultsRegistration.h"
+#include "FirstFrame.h"
 #include "FocusReturn.h"
+#include "NotificationCenter.h"
 #include "PanelLayout.h"
 #include "Playable.h"
 #include "PreferenceController.h"
+#include "PreferenceKeys.h"
+#include "PreferenceWindowController.h"
+#include "Sound.h"
+#include "SoundAlerts.h"
+#include "SoundFolder.h"
 #include "TimeField.h"
 #include "TitlelessPanel.h"
 #include "UserDefaults.h"
 #include "ui_MainInterface.h"
 
+#include <QAction>
 #include <QCoreApplication>
+#include <QCursor>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QFontDatabase>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QPushButton>
 
 AppDelegate::AppDelegate(QObject* parent)
@@ -79,7 +92,9 @@ void AppDelegate::applicationDidFinishLaunching()
     // installed when the interface was loaded.
     handleTextColorChange();
     handleBgColorChange();
-    copyDefaultSoundAndLoadSelectedSound();
+    // Copying and decoding the sounds waits for the panel's first frame, so the timer shows as early as
+    // it would without them.
+    callAfterFirstFrame(m_panel, [this] { copyDefaultSoundAndLoadSelectedSound(); });
     completeContextMenu();
 }
 
@@ -89,10 +104,32 @@ void AppDelegate::registerDefaults()
     UserDefaults::standardUserDefaults().registerDefaults(registrationDefaults(*m_timerData));
 }
 
+namespace {
+
+// A fresh sound from the sound folder; empty when the file is missing, not audio, or the name is not a
+// plain file name.
+std::shared_ptr<Playable> loadSound(const QString& name)
+{
+    return Sound::withContentsOfFile(SoundFolder::locationOfSound(name));
+}
+
+} // namespace
+
 void AppDelegate::copyDefaultSoundAndLoadSelectedSound()
 {
-    // The sound folder and the two sound handles arrive with the sound library; until then the countdown
-    // finds both handles empty and plays nothing.
+    const QDir resources(SoundFolder::resourceFolder());
+    // Only the built-in names are visited: the launch's settings object holds the built-in list.
+    for (const QString& name : m_timerData->soundFiles()) {
+        const QString destination = SoundFolder::locationOfSound(name);
+        // Whatever is there already stays, even a different file of the same name.
+        if (!destination.isNull() && QFileInfo::exists(destination))
+            continue;
+        if (destination.isNull() || !QFile::copy(resources.filePath(name), destination))
+            SoundAlerts::runModalAlert(QStringLiteral("Info"),
+                                       QStringLiteral("Default sound file copy error."));
+    }
+    m_endSound = loadSound(m_timerData->selectedSoundName());
+    m_reminderSound = loadSound(m_timerData->reminderSoundName());
 }
 
 void AppDelegate::readPrefs()
@@ -148,12 +185,9 @@ void AppDelegate::windowDidResize()
 
 void AppDelegate::windowDidBecomeKey()
 {
-    // Decided once the events that activated the panel are handled: a click into the time field activates
-    // the panel first and focuses the field second, and that click means the presenter wants to type.
-    QTimer::singleShot(0, this, [this] {
-        if (!isEditingTime())
-            activatePowerPoint();
-    });
+    // Decided on the activation itself, never later: a timer would race the presenter's next click.
+    if (!isEditingTime() && !isClickIntoIdleTime())
+        activatePowerPoint();
 }
 
 void AppDelegate::tick()
@@ -224,14 +258,72 @@ void AppDelegate::handleBgColorChange()
     m_panel->setBackgroundColor(unarchiveObjectWithData(PreferenceController::preferenceBgColor()));
 }
 
+void AppDelegate::handleDropShadowChange()
+{
+    m_panel->setHasShadow(PreferenceController::preferenceDropShadow());
+}
+
 void AppDelegate::handleSoundSelectionChange()
 {
-    // Reloads endSound by the stored name once the sound library is there.
+    // Read from disk again even when the name did not change: the file may have.
+    m_endSound = loadSound(PreferenceController::preferenceSelectedSoundName());
 }
 
 void AppDelegate::handleReminderSoundSelectionChange()
 {
-    // Reloads reminderSound by the stored name once the sound library is there.
+    m_reminderSound = loadSound(PreferenceController::preferenceReminderSoundName());
+}
+
+void AppDelegate::handlePlaySoundChange()
+{
+    m_timerData->setPlaySound(PreferenceController::preferencePlaySound());
+}
+
+void AppDelegate::handleContinueCountdownChange()
+{
+    m_timerData->setContinueCountdown(PreferenceController::preferenceContinueCountdown());
+}
+
+void AppDelegate::handleRemindEveryIntervalChange()
+{
+    m_timerData->setRemindEveryInterval(PreferenceController::preferenceRemindEveryInterval());
+}
+
+void AppDelegate::handlePlayReminderSoundChange()
+{
+    m_timerData->setPlayReminderSound(PreferenceController::preferencePlayReminderSound());
+}
+
+void AppDelegate::preferenceClick()
+{
+    // Never reused: a new controller takes a new snapshot, which is what its reset goes back to. The
+    // previous window closes with its controller.
+    m_prefsWindowController = std::make_unique<PreferenceWindowController>();
+    m_prefsWindowController->showWindow();
+
+    // Subscribed again at every opening and never removed, so a change calls each observer once per
+    // opening so far; they only re-read the store, so the repetition shows nothing.
+    using Observer = void (AppDelegate::*)();
+    const std::pair<QString, Observer> observers[] = {
+        {NotificationNames::TextColorChanged, &AppDelegate::handleTextColorChange},
+        {NotificationNames::BgColorChanged, &AppDelegate::handleBgColorChange},
+        {NotificationNames::DropShadowChanged, &AppDelegate::handleDropShadowChange},
+        {NotificationNames::SoundSelectionChanged, &AppDelegate::handleSoundSelectionChange},
+        {NotificationNames::PlaySoundChanged, &AppDelegate::handlePlaySoundChange},
+        {NotificationNames::ContinueCountdownChanged, &AppDelegate::handleContinueCountdownChange},
+        {NotificationNames::PlayReminderSoundChanged, &AppDelegate::handlePlayReminderSoundChange},
+        {NotificationNames::RemindEveryIntervalChanged, &AppDelegate::handleRemindEveryIntervalChange},
+        {NotificationNames::ReminderSoundSelectionChanged, &AppDelegate::handleReminderSoundSelectionChange},
+    };
+    for (const auto& [name, observer] : observers) {
+        NotificationCenter::defaultCenter().addObserver(
+            this, name, [this, observer = observer](const Notification&) { (this->*observer)(); });
+    }
+}
+
+AppDelegate::ObserverRegistration::~ObserverRegistration()
+{
+    NotificationCenter::defaultCenter().removeObserver(observer);
 }
 
 void AppDelegate::quit()
@@ -241,6 +333,14 @@ void AppDelegate::quit()
 
 bool AppDelegate::eventFilter(QObject* watched, QEvent* event)
 {
+    if (watched == input() && event->type() == QEvent::MouseButtonPress &&
+        static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton && m_isPaused) {
+        // The one way into typing: a click into the time of an idle panel. The field takes the focus
+        // first, so the activation that follows finds it being edited and keeps the keyboard.
+        input()->setFocus(Qt::MouseFocusReason);
+        if (!m_panel->isActiveWindow())
+            m_panel->takeKeyboard();
+    }
     if (watched == input() && event->type() == QEvent::KeyPress) {
         const auto* key = static_cast<QKeyEvent*>(event);
         TextCommand command = TextCommand::Other;
@@ -256,7 +356,23 @@ bool AppDelegate::eventFilter(QObject* watched, QEvent* event)
 
 bool AppDelegate::isEditingTime() const
 {
-    return m_panel->focusWidget() == input() && !input()->isReadOnly();
+    if (input()->isReadOnly())
+        return false;
+    // A window activated without a focused widget gives the focus to its first focusable one right after
+    // the activation, and the time field is the panel's only one while idle: it is as good as edited.
+    const QWidget* focus = m_panel->focusWidget();
+    return focus == input() ||
+           (!focus && input()->isVisibleTo(m_panel) && input()->focusPolicy() != Qt::NoFocus);
+}
+
+bool AppDelegate::isClickIntoIdleTime() const
+{
+    // Where the window system activates the panel on a click, the activation arrives before the click
+    // itself: the pointer over the editable time tells that the presenter is about to type. A panel that
+    // bypasses the window manager is only ever activated by that click, already handled.
+    if (m_panel->bypassesWindowManager() || input()->isReadOnly() || !input()->isVisible())
+        return false;
+    return input()->rect().contains(input()->mapFromGlobal(QCursor::pos()));
 }
 
 void AppDelegate::endEditing()
@@ -272,9 +388,16 @@ void AppDelegate::completeContextMenu()
         m_panel->setContextMenuPolicy(Qt::CustomContextMenu);
         connect(m_panel, &QWidget::customContextMenuRequested, this,
                 [this](const QPoint& position) { m_rightClickMenu->popup(m_panel->mapToGlobal(position)); });
+        m_preferencesAction = new QAction(QStringLiteral("Preferences…"), this);
+        m_preferencesAction->setMenuRole(QAction::PreferencesRole);
+        m_preferencesAction->setShortcut(QKeySequence::Preferences);
+        connect(m_preferencesAction, &QAction::triggered, this, &AppDelegate::preferenceClick);
     }
     m_rightClickMenu->clear();
+    m_rightClickMenu->addAction(m_preferencesAction);
+    m_rightClickMenu->addSeparator();
     m_rightClickMenu->addAction(m_ui->actionQuit);
+    m_panel->addAction(m_preferencesAction);
     // Ctrl+Q also works while the panel has the keyboard.
     m_panel->addAction(m_ui->actionQuit);
 }

@@ -10,6 +10,8 @@
 
 class Brevlin;
 class Playable;
+class PreferenceWindowController;
+class QAction;
 class QLineEdit;
 class QMenu;
 class QPushButton;
@@ -69,13 +71,26 @@ public:
     std::shared_ptr<Playable> reminderSound() const { return m_reminderSound; }
     void setReminderSound(std::shared_ptr<Playable> sound) { m_reminderSound = std::move(sound); }
 
+    /// The newest preferences window's controller; null until the window is first opened.
+    PreferenceWindowController* prefsWindowController() const { return m_prefsWindowController.get(); }
+
 public slots:
     void startTimer();
     void onPauseResetClick();
+    /// Opens a new preferences window, replacing any previous one, and subscribes the change observers
+    /// below once more.
+    void preferenceClick();
+    // The change observers: each reads its setting back from the store and applies it to the panel or to
+    // the panel's settings object.
     void handleTextColorChange();
     void handleBgColorChange();
+    void handleDropShadowChange();
     void handleSoundSelectionChange();
     void handleReminderSoundSelectionChange();
+    void handlePlaySoundChange();
+    void handleContinueCountdownChange();
+    void handleRemindEveryIntervalChange();
+    void handlePlayReminderSoundChange();
     void quit();
 
 protected:
@@ -83,6 +98,7 @@ protected:
 
 private:
     bool isEditingTime() const;
+    bool isClickIntoIdleTime() const;
     void endEditing();
     void completeContextMenu();
 
@@ -96,4 +112,21 @@ private:
     QTimer m_countdownTimer;
     std::shared_ptr<Playable> m_endSound;
     std::shared_ptr<Playable> m_reminderSound;
+
+    QAction* m_preferencesAction = nullptr;
+    std::unique_ptr<PreferenceWindowController> m_prefsWindowController;
+
+    // Ends the delegate's change subscriptions when the delegate goes: the notification centre outlives
+    // it. While it lives they are never removed.
+    struct ObserverRegistration
+    {
+        explicit ObserverRegistration(const void* observer)
+            : observer(observer)
+        {}
+        ObserverRegistration(const ObserverRegistration&) = delete;
+        ObserverRegistration& operator=(const ObserverRegistration&) = delete;
+        ~ObserverRegistration();
+        const void* observer;
+    };
+    ObserverRegistration m_observerRegistration{this};
 };

@@ -1,6 +1,7 @@
 #include "FocusReturn.h"
 
 #include "Platform.h"
+#include "PreferenceController.h"
 
 namespace {
 std::function<void()>& activator()
@@ -14,10 +15,14 @@ namespace FocusReturn {
 
 void activatePowerPoint()
 {
-    if (activator())
+    if (activator()) {
         activator()();
-    else
-        platform::activatePowerPoint();
+        return;
+    }
+    // Off the Mac, PowerPoint is rarely what shows the slides: then the keyboard goes back to whatever
+    // the presenter was using, unless they asked for PowerPoint only.
+    if (!platform::activatePowerPoint() && PreferenceController::preferenceReturnFocusToPreviousWindow())
+        platform::activatePreviousWindow();
 }
 
 void setActivator(std::function<void()> replacement)

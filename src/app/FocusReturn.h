@@ -2,8 +2,9 @@
 
 #include <functional>
 
-/// Hands the keyboard back to the presentation application. Every caller goes through here, so the one
-/// platform call can be swapped for a recorder where a test needs to see who asked and when.
+/// Hands the keyboard back to the presentation application: PowerPoint where it runs, otherwise (unless the
+/// presenter turned it off) the window they used before the panel. Every caller goes through here, so the
+/// platform calls can be swapped for a recorder where a test needs to see who asked and when.
 namespace FocusReturn {
 
 void activatePowerPoint();

@@ -7,16 +7,33 @@
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QWindow>
+
+#include <algorithm>
 
 namespace {
 // How close to the border a press resizes instead of moving; a frameless window has no border to grab.
 constexpr qreal resizeGrip = 6;
+// A resize never makes the panel smaller than something that can still be grabbed and read.
+constexpr int smallestWidth = 60;
+constexpr int smallestHeight = 24;
+
+Qt::WindowFlags panelFlags(bool bypassesWindowManager)
+{
+    Qt::WindowFlags flags = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
+    if (bypassesWindowManager)
+        flags |= Qt::X11BypassWindowManagerHint;
+    return flags;
+}
 } // namespace
 
 TitlelessPanel::TitlelessPanel(QWidget* parent)
-    : QWidget(parent, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint)
+    : QWidget(parent, panelFlags(platform::panelBypassesWindowManager()))
+    , m_bypassesWindowManager(platform::panelBypassesWindowManager())
 {
+    // The keyboard belongs to the slide show: showing the panel must not take it.
+    setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_AcceptTouchEvents);
     // A tool window would otherwise vanish whenever the slide show is the active application.
     setAttribute(Qt::WA_MacAlwaysShowToolWindow);
@@ -62,6 +79,26 @@ void TitlelessPanel::setHasShadow(bool hasShadow)
     m_hasShadow = hasShadow;
     if (testAttribute(Qt::WA_WState_Created))
         platform::setWindowShadow(winId(), hasShadow);
+    update();
+}
+
+void TitlelessPanel::takeKeyboard()
+{
+    activateWindow();
+}
+
+bool TitlelessPanel::drawsOwnEdge() const
+{
+    return !platform::drawsWindowShadow(testAttribute(Qt::WA_WState_Created) ? winId() : 0, m_hasShadow);
+}
+
+QColor TitlelessPanel::edgeColorFor(const QColor& background)
+{
+    const QColor hsl = background.toHsl();
+    const float lightness = hsl.lightnessF();
+    // Far enough from the background to be seen at a glance, on a white slide or a black one.
+    const float edge = lightness > 0.5f ? lightness - 0.4f : lightness + 0.4f;
+    return QColor::fromHslF(hsl.hslHueF(), hsl.hslSaturationF(), std::clamp(edge, 0.0f, 1.0f));
 }
 
 bool TitlelessPanel::event(QEvent* event)
@@ -95,23 +132,50 @@ void TitlelessPanel::mousePressEvent(QMouseEvent* event)
     activatePowerPoint();
     m_pressPosition = event->position();
     m_pressEdges = edgesAt(event->position());
+    m_dragStartGlobal = event->globalPosition();
+    m_dragStartGeometry = geometry();
     event->accept();
 }
 
 void TitlelessPanel::mouseReleaseEvent(QMouseEvent* event)
 {
     m_pressPosition.reset();
+    m_dragging = false;
     QWidget::mouseReleaseEvent(event);
 }
 
 void TitlelessPanel::mouseMoveEvent(QMouseEvent* event)
 {
-    // The window manager takes over only once the pointer really drags: asked on the press itself, it
+    if (m_dragging && (event->buttons() & Qt::LeftButton)) {
+        const QPoint delta = (event->globalPosition() - m_dragStartGlobal).toPoint();
+        QRect frame = m_dragStartGeometry;
+        if (!m_pressEdges) {
+            frame.moveTopLeft(frame.topLeft() + delta);
+        } else {
+            if (m_pressEdges & Qt::LeftEdge)
+                frame.setLeft(std::min(frame.left() + delta.x(), frame.right() - smallestWidth + 1));
+            if (m_pressEdges & Qt::RightEdge)
+                frame.setRight(std::max(frame.right() + delta.x(), frame.left() + smallestWidth - 1));
+            if (m_pressEdges & Qt::TopEdge)
+                frame.setTop(std::min(frame.top() + delta.y(), frame.bottom() - smallestHeight + 1));
+            if (m_pressEdges & Qt::BottomEdge)
+                frame.setBottom(std::max(frame.bottom() + delta.y(), frame.top() + smallestHeight - 1));
+        }
+        if (frame != geometry())
+            setGeometry(frame);
+        return;
+    }
+    // The drag starts only once the pointer really moves: asked on the press itself, a window manager
     // would start a move after a quick click had already ended, and keep the keyboard grabbed.
     if (m_pressPosition && (event->buttons() & Qt::LeftButton) &&
         (event->position() - *m_pressPosition).manhattanLength() >= QApplication::startDragDistance()) {
         const Qt::Edges edges = m_pressEdges;
         m_pressPosition.reset();
+        if (m_bypassesWindowManager) {
+            // No window manager moves a window it does not manage: the panel follows the pointer itself.
+            m_dragging = edges || m_movableByBackground;
+            return;
+        }
         if (QWindow* window = windowHandle()) {
             if (edges)
                 window->startSystemResize(edges);
@@ -148,6 +212,17 @@ void TitlelessPanel::showEvent(QShowEvent* event)
     // Some window systems forget the level and desktops when a window is shown again.
     applyWindowSystemState();
     platform::setWindowShadow(winId(), m_hasShadow);
+}
+
+void TitlelessPanel::paintEvent(QPaintEvent* event)
+{
+    QWidget::paintEvent(event);
+    if (!drawsOwnEdge())
+        return;
+    QPainter painter(this);
+    painter.setPen(QPen(edgeColorFor(backgroundColor()), 1));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRect(rect().adjusted(0, 0, -1, -1));
 }
 
 void TitlelessPanel::closeEvent(QCloseEvent* event)

@@ -37,6 +37,16 @@ public:
     void setHasShadow(bool hasShadow);
     bool hasShadow() const { return m_hasShadow; }
 
+    /// True where the window manager is left out (see platform::panelBypassesWindowManager): the panel
+    /// then moves and resizes itself, and gets the keyboard only through takeKeyboard().
+    bool bypassesWindowManager() const { return m_bypassesWindowManager; }
+    /// Gives the panel the keyboard, as the presenter's click into the time field asks.
+    void takeKeyboard();
+    /// Whether the panel draws its own edge, because the window system draws no shadow around it.
+    bool drawsOwnEdge() const;
+    /// A shade of the background that stands out from it: darker on a light colour, lighter on a dark one.
+    static QColor edgeColorFor(const QColor& background);
+
 signals:
     void windowDidResize();
     void windowDidBecomeKey();
@@ -49,6 +59,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
     Qt::Edges edgesAt(QPointF position) const;
@@ -58,6 +69,11 @@ private:
     int m_collectionBehavior = 0;
     bool m_movableByBackground = false;
     bool m_hasShadow = true;
+    bool m_bypassesWindowManager = false;
     std::optional<QPointF> m_pressPosition;
     Qt::Edges m_pressEdges;
+    // A move or resize the panel carries out itself: where the drag started, and the frame then.
+    bool m_dragging = false;
+    QPointF m_dragStartGlobal;
+    QRect m_dragStartGeometry;
 };

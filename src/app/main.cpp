@@ -13,6 +13,8 @@ int main(int argc, char* argv[])
     // The panel is a tool window; quitting is the context menu's job (or a close of the panel).
     QApplication::setQuitOnLastWindowClosed(false);
 
+    // Before the panel can take the keyboard, so that it is known where the presenter was.
+    platform::watchActiveWindow();
     AppDelegate delegate;
     // Top right of the main screen: out of the way of a slide's title and content, yet in sight.
     if (const QScreen* screen = QGuiApplication::primaryScreen()) {

@@ -16,16 +16,36 @@ using NativeWindow = std::uintptr_t;
 /// or activate another client's window. Call first thing in main().
 void chooseWindowSystem() noexcept;
 
+/// True where no window manager keeps a window above a focused full-screen one, so the panel must stay
+/// out of the window manager's hands (X11: an override-redirect window). Such a panel moves and resizes
+/// itself, is never given the keyboard by the window system, and takes it itself, only when the presenter
+/// clicks into its time field. Needs the application object.
+bool panelBypassesWindowManager() noexcept;
+
 /// Makes the first running Microsoft PowerPoint the active application, all its windows forward.
-/// Does nothing, silently, when PowerPoint is not running or the window system refuses.
-void activatePowerPoint() noexcept;
+/// Returns false, silently, when no PowerPoint runs; true once it was asked, even if the window system
+/// then refuses.
+bool activatePowerPoint() noexcept;
+
+/// Starts remembering which window of another application was last active, for activatePreviousWindow().
+/// Call once at launch, before the panel can take the keyboard. Needs the application object.
+void watchActiveWindow() noexcept;
+
+/// Gives the keyboard back to the window the presenter used before the panel: the last active window of
+/// another application, or, where that is gone, the topmost full-screen window. Silent where neither is.
+void activatePreviousWindow() noexcept;
 
 /// Keeps the window above other applications' windows (full-screen slide shows included) and on every
 /// desktop, and keeps it shown while another application is active. Call after every show and every change
-/// of the window's flags: some window systems forget it then.
+/// of the window's flags: some window systems forget it then. A window that bypasses the window manager is
+/// raised again whenever another window is mapped or restacked above it.
 void floatAboveEverything(NativeWindow window) noexcept;
 
 /// Turns the window system's drop shadow of the window on or off, where it draws one.
 void setWindowShadow(NativeWindow window, bool hasShadow) noexcept;
+
+/// Whether the window system draws a shadow around the window with this setting; where it does not, the
+/// panel draws its own edge so that it stands out from a slide of its own colour.
+bool drawsWindowShadow(NativeWindow window, bool hasShadow) noexcept;
 
 } // namespace platform

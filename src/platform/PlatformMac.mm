@@ -1,4 +1,5 @@
-// AppKit. Compiled with automatic reference counting; nothing here keeps an object beyond the call.
+// AppKit. Compiled with automatic reference counting; only the previously active application and the
+// observer that follows it are kept beyond a call.
 //
 // Qt sets a window's level itself (floating for a tool window, modal-panel level for stay-on-top) and
 // sets it again on every flags change, full-screen change and re-creation of the native window, which
@@ -43,11 +44,21 @@ NSWindow* windowOf(NativeWindow window)
     return nil;
 }
 
+// The application that was active before this one, e.g. Keynote; kept from the workspace's
+// notifications, which arrive on the main thread.
+NSRunningApplication* previousApplication = nil;
+id activationObserver = nil;
+
 } // namespace
 
 void chooseWindowSystem() noexcept {}
 
-void activatePowerPoint() noexcept
+bool panelBypassesWindowManager() noexcept
+{
+    return false;
+}
+
+bool activatePowerPoint() noexcept
 {
     try {
         @autoreleasepool {
@@ -56,7 +67,7 @@ void activatePowerPoint() noexcept
                     runningApplicationsWithBundleIdentifier:@"com.microsoft.Powerpoint"];
                 NSRunningApplication* powerPoint = [running firstObject];
                 if (!powerPoint)
-                    return;
+                    return false;
                 // From macOS 14 activation is a request that the active application has to allow.
                 if (@available(macOS 14.0, *)) {
                     if ([NSApp respondsToSelector:@selector(yieldActivationToApplication:)])
@@ -64,6 +75,56 @@ void activatePowerPoint() noexcept
                                     withObject:powerPoint];
                 }
                 [powerPoint activateWithOptions:NSApplicationActivateAllWindows];
+                return true;
+            } @catch (...) {
+                return false;
+            }
+        }
+    } catch (...) {
+        return false;
+    }
+}
+
+void watchActiveWindow() noexcept
+{
+    try {
+        @autoreleasepool {
+            @try {
+                if (activationObserver)
+                    return;
+                NSRunningApplication* own = [NSRunningApplication currentApplication];
+                NSRunningApplication* front = [[NSWorkspace sharedWorkspace] frontmostApplication];
+                if (front && ![front isEqual:own])
+                    previousApplication = front;
+                activationObserver = [[[NSWorkspace sharedWorkspace] notificationCenter]
+                    addObserverForName:NSWorkspaceDidActivateApplicationNotification
+                                object:nil
+                                 queue:[NSOperationQueue mainQueue]
+                            usingBlock:^(NSNotification* note) {
+                              NSRunningApplication* app = note.userInfo[NSWorkspaceApplicationKey];
+                              if (app && ![app isEqual:[NSRunningApplication currentApplication]])
+                                  previousApplication = app;
+                            }];
+            } @catch (...) {
+            }
+        }
+    } catch (...) {
+    }
+}
+
+void activatePreviousWindow() noexcept
+{
+    try {
+        @autoreleasepool {
+            @try {
+                NSRunningApplication* target = previousApplication;
+                if (!target || [target isTerminated])
+                    return;
+                if (@available(macOS 14.0, *)) {
+                    if ([NSApp respondsToSelector:@selector(yieldActivationToApplication:)])
+                        [NSApp performSelector:@selector(yieldActivationToApplication:) withObject:target];
+                }
+                [target activateWithOptions:NSApplicationActivateAllWindows];
             } @catch (...) {
             }
         }
@@ -108,6 +169,11 @@ void setWindowShadow(NativeWindow window, bool hasShadow) noexcept
         }
     } catch (...) {
     }
+}
+
+bool drawsWindowShadow(NativeWindow, bool hasShadow) noexcept
+{
+    return hasShadow;
 }
 
 } // namespace platform

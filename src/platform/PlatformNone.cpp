@@ -7,10 +7,27 @@ namespace platform {
 
 void chooseWindowSystem() noexcept {}
 
-void activatePowerPoint() noexcept {}
+bool panelBypassesWindowManager() noexcept
+{
+    return false;
+}
+
+bool activatePowerPoint() noexcept
+{
+    return false;
+}
+
+void watchActiveWindow() noexcept {}
+
+void activatePreviousWindow() noexcept {}
 
 void floatAboveEverything(NativeWindow) noexcept {}
 
 void setWindowShadow(NativeWindow, bool) noexcept {}
+
+bool drawsWindowShadow(NativeWindow, bool) noexcept
+{
+    return false;
+}
 
 } // namespace platform

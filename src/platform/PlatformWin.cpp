@@ -55,6 +55,46 @@ BOOL CALLBACK findPowerPointWindow(HWND window, LPARAM result)
     return FALSE;
 }
 
+bool isOwnWindow(HWND window)
+{
+    DWORD processId = 0;
+    GetWindowThreadProcessId(window, &processId);
+    return processId == GetCurrentProcessId();
+}
+
+// The foreground window of another process that was active last; written only by the hook below, which
+// runs on this thread's message loop.
+HWND previousForeground = nullptr;
+HWINEVENTHOOK foregroundHook = nullptr;
+
+void CALLBACK foregroundChanged(HWINEVENTHOOK, DWORD, HWND window, LONG objectId, LONG, DWORD, DWORD)
+{
+    if (window && objectId == OBJID_WINDOW && !isOwnWindow(window))
+        previousForeground = window;
+}
+
+bool coversItsMonitor(HWND window)
+{
+    RECT rect{};
+    if (!GetWindowRect(window, &rect))
+        return false;
+    MONITORINFO monitor{};
+    monitor.cbSize = sizeof monitor;
+    if (!GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST), &monitor))
+        return false;
+    return rect.left <= monitor.rcMonitor.left && rect.top <= monitor.rcMonitor.top &&
+           rect.right >= monitor.rcMonitor.right && rect.bottom >= monitor.rcMonitor.bottom;
+}
+
+// From the top of the z-order down: the first visible full-screen window of another process.
+BOOL CALLBACK findFullScreenWindow(HWND window, LPARAM result)
+{
+    if (!IsWindowVisible(window) || IsIconic(window) || isOwnWindow(window) || !coversItsMonitor(window))
+        return TRUE;
+    *reinterpret_cast<HWND*>(result) = window;
+    return FALSE;
+}
+
 void bringToForeground(HWND window)
 {
     if (IsIconic(window))
@@ -79,13 +119,50 @@ void bringToForeground(HWND window)
 
 void chooseWindowSystem() noexcept {}
 
-void activatePowerPoint() noexcept
+bool panelBypassesWindowManager() noexcept
+{
+    return false;
+}
+
+bool activatePowerPoint() noexcept
 {
     try {
         HWND found = nullptr;
         EnumWindows(findPowerPointWindow, reinterpret_cast<LPARAM>(&found));
-        if (found)
-            bringToForeground(found);
+        if (!found)
+            return false;
+        bringToForeground(found);
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+void watchActiveWindow() noexcept
+{
+    try {
+        if (foregroundHook)
+            return;
+        const HWND foreground = GetForegroundWindow();
+        if (foreground && !isOwnWindow(foreground))
+            previousForeground = foreground;
+        // Out of context: the callback runs in this process, on this thread, between its messages.
+        foregroundHook = SetWinEventHook(EVENT_SYSTEM_FOREGROUND, EVENT_SYSTEM_FOREGROUND, nullptr,
+                                         foregroundChanged, 0, 0, WINEVENT_OUTOFCONTEXT);
+    } catch (...) {
+    }
+}
+
+void activatePreviousWindow() noexcept
+{
+    try {
+        HWND target = previousForeground;
+        if (!target || !IsWindow(target) || !IsWindowVisible(target)) {
+            target = nullptr;
+            EnumWindows(findFullScreenWindow, reinterpret_cast<LPARAM>(&target));
+        }
+        if (target)
+            bringToForeground(target);
     } catch (...) {
     }
 }
@@ -119,6 +196,11 @@ void setWindowShadow(NativeWindow window, bool hasShadow) noexcept
             SetClassLongPtrW(hwnd, GCL_STYLE, static_cast<LONG_PTR>(wanted));
     } catch (...) {
     }
+}
+
+bool drawsWindowShadow(NativeWindow, bool hasShadow) noexcept
+{
+    return hasShadow;
 }
 
 } // namespace platform

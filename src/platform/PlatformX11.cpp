@@ -4,10 +4,21 @@
 //
 // Every request whose error could come back is sent checked and its error collected here: an unchecked
 // error would reach Qt's event loop, which logs it.
+//
+// A focused full-screen window sits above every "keep above" window on openbox, xfwm4, metacity, marco
+// and KWin, and raising does not beat it; an override-redirect window, raised again whenever the root's
+// stacking changes, stays in sight on all of them. So the panel bypasses the window manager, and a
+// watcher on a connection of its own (so that Qt's own handling of the root window is left alone) keeps
+// it on top and remembers which window the presenter was using.
 
 #include "Platform.h"
 
+#include <QAbstractNativeEventFilter>
+#include <QByteArray>
 #include <QGuiApplication>
+#include <QPointer>
+#include <QSocketNotifier>
+#include <QWindow>
 
 #include <xcb/xcb.h>
 
@@ -185,11 +196,211 @@ void collectErrors(xcb_connection_t* c, std::initializer_list<xcb_void_cookie_t>
         std::free(xcb_request_check(c, cookie));
 }
 
-void activatePowerPointOn(xcb_connection_t* c)
+/// The top-level windows of this process, which are never where the keyboard is handed back to.
+bool isOwnWindow(xcb_window_t window)
+{
+    const auto windows = QGuiApplication::allWindows();
+    return std::any_of(windows.begin(), windows.end(), [window](const QWindow* w) {
+        return w->handle() && w->winId() == static_cast<WId>(window);
+    });
+}
+
+class Watcher;
+QPointer<Watcher>& watcherSlot()
+{
+    static QPointer<Watcher> slot;
+    return slot;
+}
+
+/// Follows the root window on its own connection: remembers the last active window of another
+/// application, and raises the windows it keeps on top again whenever a managed window is mapped or
+/// restacked. On Qt's connection it only reads the time of the presenter's last key or click, which the
+/// window manager wants with every activation.
+class Watcher final : public QObject, public QAbstractNativeEventFilter
+{
+public:
+    static Watcher* instance()
+    {
+        QPointer<Watcher>& slot = watcherSlot();
+        if (!slot && QCoreApplication::instance()) {
+            auto* watcher = new Watcher(QCoreApplication::instance());
+            if (watcher->m_connection)
+                slot = watcher;
+            else
+                delete watcher;
+        }
+        return slot.data();
+    }
+
+    ~Watcher() override
+    {
+        if (QCoreApplication* app = QCoreApplication::instance())
+            app->removeNativeEventFilter(this);
+        delete m_notifier;
+        if (m_connection)
+            xcb_disconnect(m_connection);
+    }
+
+    xcb_timestamp_t userTime() const { return m_userTime; }
+    xcb_window_t previousWindow() const { return m_previous; }
+
+    void keepOnTop(xcb_window_t window)
+    {
+        if (std::find(m_onTop.begin(), m_onTop.end(), window) == m_onTop.end())
+            m_onTop.push_back(window);
+        raiseAll();
+    }
+
+    bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr*) override
+    {
+        if (eventType != "xcb_generic_event_t" || !message)
+            return false;
+        const auto* event = static_cast<const xcb_generic_event_t*>(message);
+        switch (event->response_type & 0x7f) {
+        case XCB_KEY_PRESS:
+        case XCB_KEY_RELEASE:
+            m_userTime = reinterpret_cast<const xcb_key_press_event_t*>(event)->time;
+            break;
+        case XCB_BUTTON_PRESS:
+        case XCB_BUTTON_RELEASE:
+            m_userTime = reinterpret_cast<const xcb_button_press_event_t*>(event)->time;
+            break;
+        default:
+            break;
+        }
+        return false;
+    }
+
+private:
+    explicit Watcher(QObject* parent)
+        : QObject(parent)
+    {
+        xcb_connection_t* c = xcb_connect(nullptr, nullptr);
+        if (!c || xcb_connection_has_error(c)) {
+            if (c)
+                xcb_disconnect(c);
+            return;
+        }
+        const std::vector<xcb_atom_t> atoms = internAtoms(c, {"_NET_ACTIVE_WINDOW"});
+        const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+        if (hasNone(atoms) || !screen) {
+            xcb_disconnect(c);
+            return;
+        }
+        m_connection = c;
+        m_root = screen->root;
+        m_netActiveWindow = atoms[0];
+        // Only this connection's own interest in the root window; Qt's is unaffected.
+        const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+        collectErrors(c, {xcb_change_window_attributes_checked(c, m_root, XCB_CW_EVENT_MASK, &mask)});
+        rememberActiveWindow();
+        m_notifier = new QSocketNotifier(xcb_get_file_descriptor(c), QSocketNotifier::Read);
+        QObject::connect(m_notifier, &QSocketNotifier::activated, this, [this] { readEvents(); });
+        // Events that arrived with the replies above are already off the socket, which therefore stays quiet
+        // about them.
+        QMetaObject::invokeMethod(
+            this, [this] { readEvents(); }, Qt::QueuedConnection);
+        QCoreApplication::instance()->installNativeEventFilter(this);
+    }
+
+    void readEvents()
+    {
+        bool raise = false;
+        while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection)) {
+            switch (event->response_type & 0x7f) {
+            case XCB_PROPERTY_NOTIFY: {
+                const auto* e = reinterpret_cast<const xcb_property_notify_event_t*>(event);
+                if (e->window == m_root && e->atom == m_netActiveWindow)
+                    rememberActiveWindow();
+                break;
+            }
+            case XCB_CONFIGURE_NOTIFY: {
+                // Override-redirect windows are left alone: menus and tooltips belong above the panel, and
+                // two such windows raising each other would never stop.
+                const auto* e = reinterpret_cast<const xcb_configure_notify_event_t*>(event);
+                raise |= e->event == m_root && !e->override_redirect && !keptOnTop(e->window);
+                break;
+            }
+            case XCB_MAP_NOTIFY: {
+                const auto* e = reinterpret_cast<const xcb_map_notify_event_t*>(event);
+                raise |= e->event == m_root && !e->override_redirect && !keptOnTop(e->window);
+                break;
+            }
+            case XCB_CIRCULATE_NOTIFY: {
+                const auto* e = reinterpret_cast<const xcb_circulate_notify_event_t*>(event);
+                raise |= e->event == m_root && !keptOnTop(e->window);
+                break;
+            }
+            case XCB_DESTROY_NOTIFY: {
+                const auto* e = reinterpret_cast<const xcb_destroy_notify_event_t*>(event);
+                m_onTop.erase(std::remove(m_onTop.begin(), m_onTop.end(), e->window), m_onTop.end());
+                break;
+            }
+            default:
+                // Errors of requests for windows that are gone meanwhile end here too, and are dropped.
+                break;
+            }
+            std::free(event);
+        }
+        if (raise)
+            raiseAll();
+        if (xcb_connection_has_error(m_connection)) {
+            // The server is gone; Qt's own connection will end the application.
+            m_notifier->setEnabled(false);
+        }
+    }
+
+    bool keptOnTop(xcb_window_t window) const
+    {
+        return std::find(m_onTop.begin(), m_onTop.end(), window) != m_onTop.end();
+    }
+
+    void raiseAll()
+    {
+        const std::uint32_t above = XCB_STACK_MODE_ABOVE;
+        for (xcb_window_t window : m_onTop)
+            xcb_configure_window(m_connection, window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+        xcb_flush(m_connection);
+    }
+
+    void rememberActiveWindow()
+    {
+        const std::vector<std::uint32_t> active = values32(
+            m_connection, xcb_get_property(m_connection, 0, m_root, m_netActiveWindow, XCB_ATOM_WINDOW, 0, 1),
+            XCB_ATOM_WINDOW);
+        if (!active.empty() && active.front() != XCB_WINDOW_NONE && !isOwnWindow(active.front()))
+            m_previous = active.front();
+    }
+
+    xcb_connection_t* m_connection = nullptr;
+    QSocketNotifier* m_notifier = nullptr;
+    xcb_window_t m_root = XCB_WINDOW_NONE;
+    xcb_atom_t m_netActiveWindow = XCB_ATOM_NONE;
+    xcb_window_t m_previous = XCB_WINDOW_NONE;
+    xcb_timestamp_t m_userTime = XCB_CURRENT_TIME;
+    std::vector<xcb_window_t> m_onTop;
+};
+
+xcb_timestamp_t userTime()
+{
+    const Watcher* watcher = watcherSlot().data();
+    return watcher ? watcher->userTime() : XCB_CURRENT_TIME;
+}
+
+/// Asks the window manager to activate the window, as a pager would, with the time of the presenter's
+/// last key or click. The panel took the keyboard without the window manager, which has noticed it
+/// (openbox, xfwm4 and metacity all follow the focus to an override-redirect window), so the request is
+/// carried out even for the window that was active before.
+void handOver(xcb_connection_t* c, xcb_window_t root, xcb_window_t target, xcb_atom_t netActiveWindow)
+{
+    collectErrors(c, {sendClientMessage(c, root, target, netActiveWindow, {sourcePager, userTime(), 0})});
+}
+
+bool activatePowerPointOn(xcb_connection_t* c)
 {
     const std::vector<xcb_atom_t> atoms = internAtoms(c, {"_NET_CLIENT_LIST", "_NET_ACTIVE_WINDOW"});
     if (hasNone(atoms))
-        return;
+        return false;
     const xcb_atom_t netClientList = atoms[0];
     const xcb_atom_t netActiveWindow = atoms[1];
 
@@ -202,10 +413,51 @@ void activatePowerPointOn(xcb_connection_t* c)
         const xcb_window_t target = firstPowerPointWindow(c, clients);
         if (target == XCB_WINDOW_NONE)
             continue;
-        collectErrors(
-            c, {sendClientMessage(c, root, target, netActiveWindow, {sourcePager, XCB_CURRENT_TIME, 0})});
-        return;
+        handOver(c, root, target, netActiveWindow);
+        return true;
     }
+    return false;
+}
+
+/// The topmost managed window, not this process's, that is full screen; XCB_WINDOW_NONE if none is.
+xcb_window_t topmostFullScreenWindow(xcb_connection_t* c, const std::vector<std::uint32_t>& bottomToTop,
+                                     xcb_atom_t netWmState, xcb_atom_t fullScreen)
+{
+    for (auto it = bottomToTop.rbegin(); it != bottomToTop.rend(); ++it) {
+        if (isOwnWindow(*it))
+            continue;
+        const std::vector<std::uint32_t> states =
+            values32(c, xcb_get_property(c, 0, *it, netWmState, XCB_ATOM_ATOM, 0, 64), XCB_ATOM_ATOM);
+        if (std::find(states.begin(), states.end(), fullScreen) != states.end())
+            return *it;
+    }
+    return XCB_WINDOW_NONE;
+}
+
+void activatePreviousWindowOn(xcb_connection_t* c)
+{
+    const std::vector<xcb_atom_t> atoms =
+        internAtoms(c, {"_NET_CLIENT_LIST", "_NET_CLIENT_LIST_STACKING", "_NET_ACTIVE_WINDOW",
+                        "_NET_WM_STATE", "_NET_WM_STATE_FULLSCREEN"});
+    if (hasNone(atoms))
+        return;
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
+    const xcb_get_property_cookie_t clientsCookie =
+        xcb_get_property(c, 0, root, atoms[0], XCB_ATOM_WINDOW, 0, maxListLength);
+    const xcb_get_property_cookie_t stackingCookie =
+        xcb_get_property(c, 0, root, atoms[1], XCB_ATOM_WINDOW, 0, maxListLength);
+    const std::vector<std::uint32_t> clients = values32(c, clientsCookie, XCB_ATOM_WINDOW);
+    const std::vector<std::uint32_t> stacking = values32(c, stackingCookie, XCB_ATOM_WINDOW);
+    const Watcher* watcher = watcherSlot().data();
+    xcb_window_t target = watcher ? watcher->previousWindow() : xcb_window_t{XCB_WINDOW_NONE};
+    // A window that was closed, or withdrawn, is no longer in the window manager's list.
+    if (target == XCB_WINDOW_NONE || std::find(clients.begin(), clients.end(), target) == clients.end()) {
+        // Some window managers (xfwm4) announce the stacking list but never fill it; the client list is
+        // then the best order there is.
+        target = topmostFullScreenWindow(c, stacking.empty() ? clients : stacking, atoms[3], atoms[4]);
+    }
+    if (target != XCB_WINDOW_NONE)
+        handOver(c, root, target, atoms[2]);
 }
 
 void floatAboveEverythingOn(xcb_connection_t* c, xcb_window_t window)
@@ -235,6 +487,13 @@ void floatAboveEverythingOn(xcb_connection_t* c, xcb_window_t window)
     if (!geometry || !attributes)
         return;
     const xcb_window_t root = geometry->root;
+
+    if (attributes->override_redirect) {
+        // No window manager looks at it: the watcher keeps it on top, and it is on every desktop anyway.
+        if (Watcher* watcher = Watcher::instance())
+            watcher->keepOnTop(window);
+        return;
+    }
 
     if (attributes->map_state == XCB_MAP_STATE_UNMAPPED) {
         // Qt writes _NET_WM_STATE again at every show, keeping the atoms it does not manage itself;
@@ -269,11 +528,39 @@ void chooseWindowSystem() noexcept
     qputenv("QT_QPA_PLATFORM", "xcb");
 }
 
-void activatePowerPoint() noexcept
+bool panelBypassesWindowManager() noexcept
+{
+    try {
+        return qtConnection() != nullptr;
+    } catch (...) {
+        return false;
+    }
+}
+
+bool activatePowerPoint() noexcept
+{
+    try {
+        xcb_connection_t* c = qtConnection();
+        return c && activatePowerPointOn(c);
+    } catch (...) {
+        return false;
+    }
+}
+
+void watchActiveWindow() noexcept
+{
+    try {
+        if (qtConnection())
+            Watcher::instance();
+    } catch (...) {
+    }
+}
+
+void activatePreviousWindow() noexcept
 {
     try {
         if (xcb_connection_t* c = qtConnection())
-            activatePowerPointOn(c);
+            activatePreviousWindowOn(c);
     } catch (...) {
     }
 }
@@ -291,5 +578,10 @@ void floatAboveEverything(NativeWindow window) noexcept
 
 // Without a compositor X11 draws no shadows, and compositors decide on their own which windows get one.
 void setWindowShadow(NativeWindow, bool) noexcept {}
+
+bool drawsWindowShadow(NativeWindow, bool) noexcept
+{
+    return false;
+}
 
 } // namespace platform

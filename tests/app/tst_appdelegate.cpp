@@ -443,23 +443,71 @@ private slots:
                                 .arg(d.input()->font().pixelSize())));
     }
 
+    // Makes another window the active one, so that the panel's next activation is a real one.
+    static void activateAnotherWindow(QWidget& other)
+    {
+        other.resize(100, 100);
+        other.show();
+        other.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+    }
+
     void becomingKeyWhileNotEditingReturnsFocus()
     {
         AppDelegate& d = launch();
         typeAndReturn(QStringLiteral("0:5:0"));
         QCOMPARE(m_activations, 1);
-        d.panel()->windowDidBecomeKey();
-        QTRY_COMPARE(m_activations, 2);
+        QWidget other;
+        activateAnotherWindow(other);
+        d.panel()->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(d.panel()));
+        // Handed back on the activation itself, not some time after it.
+        QCOMPARE(m_activations, 2);
     }
 
     void becomingKeyWhileTypingKeepsFocus()
     {
         AppDelegate& d = launch();
         d.input()->setFocus();
+        QWidget other;
+        activateAnotherWindow(other);
         QCOMPARE(d.panel()->focusWidget(), d.input());
-        d.panel()->windowDidBecomeKey();
-        QTest::qWait(50);
+        d.panel()->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(d.panel()));
         QCOMPARE(m_activations, 0);
+        QCOMPARE(QApplication::focusWidget(), d.input());
+    }
+
+    void afterAPauseAClickIntoTheTimeTakesTheKeyboardAndKeepsIt()
+    {
+        AppDelegate& d = launch();
+        typeAndReturn(QStringLiteral("0:0:30"));
+        clickAt(d.panel(), d.input()->geometry().center());
+        QVERIFY(d.isPaused());
+        QWidget other;
+        activateAnotherWindow(other);
+        QCOMPARE(m_activations, 1);
+        // The presenter clicks into the time of the inactive, paused panel and types a new one.
+        clickAt(d.panel(), d.input()->geometry().center());
+        QVERIFY(QTest::qWaitForWindowActive(d.panel()));
+        QCOMPARE(QApplication::focusWidget(), d.input());
+        QCOMPARE(m_activations, 1);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("0:0:7"));
+        QCOMPARE(d.input()->text(), QStringLiteral("0:0:7"));
+        QCOMPARE(m_activations, 1);
+    }
+
+    void aClickOnTheRunningTimeDoesNotTakeTheKeyboard()
+    {
+        AppDelegate& d = launch();
+        typeAndReturn(QStringLiteral("0:0:30"));
+        QWidget other;
+        activateAnotherWindow(other);
+        clickAt(d.panel(), d.input()->geometry().center());
+        QVERIFY(d.isPaused());
+        QTest::qWait(20);
+        QVERIFY(QApplication::activeWindow() != d.panel());
     }
 
     void theDigitsGrowWhenTheCountStartsAndShrinkOnPause()
