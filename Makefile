@@ -8,7 +8,7 @@ PRESET := sanitize
 endif
 BUILD_DIR := build/$(PRESET)
 
-.PHONY: all deps configure build run test bench format tidy clean
+.PHONY: all deps configure build run test bench stage format tidy clean
 
 all: build
 
@@ -31,6 +31,10 @@ bench:
 	@scripts/install-deps.sh --bench
 	@cmake --preset release >/dev/null && cmake --build --preset release
 	@bench/run.sh build/release $(BENCH_ARGS)
+
+# The timer over real slide shows on several window managers (docs/stage.md); installs office software.
+stage:
+	@scripts/stage.sh $(STAGE_APP)
 
 format:
 	@git ls-files '*.cpp' '*.h' '*.mm' | xargs clang-format -i

@@ -12,9 +12,10 @@ packages=(
     qt6-multimedia-dev libsndfile1-dev
     # run: the X11 and offscreen platform plugins, a font
     qt6-qpa-plugins fonts-dejavu-core
-    # test: a virtual display with a real window manager, input and window inspection, screenshots,
+    # test: a virtual display with a real window manager (openbox; metacity as the second one),
+    # input and window inspection, screenshots,
     # a sound server with a null sink, sound analysis, and the Windows cross compiler for the Win32 code
-    xvfb xauth openbox xdotool x11-utils imagemagick pulseaudio pulseaudio-utils sox g++-mingw-w64-x86-64
+    xvfb xauth openbox metacity xdotool x11-utils imagemagick pulseaudio pulseaudio-utils sox g++-mingw-w64-x86-64
 )
 
 # make bench also compares with two timers users already have, and formats its table with python3.

@@ -1,15 +1,29 @@
 # Sourced, not run: a private X server with a real window manager, for the timer where no display is,
-# for the tests and for the benchmarks.
+# for the tests, the benchmarks and scripts/stage.sh.
 #
 # start_virtual_display LOGDIR
-#   Starts Xvfb (1280x800x24, black root, no TCP) on a display number it picks itself, then openbox, and
-#   waits until the window manager has announced itself on the root window. Exports DISPLAY and appends
-#   both process ids to the caller's `pids` array, which the caller kills on exit. Returns non-zero, with
-#   the log of what failed on stderr, when either does not come up.
+#   Starts Xvfb (1280x800x24, black root, no TCP) on a display number it picks itself, then the window
+#   manager named by BREVLIN_WM (openbox unless set; also metacity, marco, xfwm4, kwin_x11), without a
+#   compositor or a session bus, and waits until it has announced itself on the root window. Exports
+#   DISPLAY and appends both process ids to the caller's `pids` array, which the caller kills on exit.
+#   Returns non-zero, with the log of what failed on stderr, when either does not come up.
 start_virtual_display() {
-    local logs=$1 num="" _
-    if ! command -v Xvfb >/dev/null || ! command -v openbox >/dev/null || ! command -v xprop >/dev/null; then
-        echo "Xvfb, openbox or xprop is missing (make deps installs them)" >&2
+    local logs=$1 wm=${BREVLIN_WM:-openbox} num="" _
+    local -a wm_command
+    case "$wm" in
+    openbox) wm_command=(openbox --sm-disable) ;;
+    metacity) wm_command=(metacity --replace --compositor=none --sm-disable) ;;
+    marco) wm_command=(marco --replace --no-composite --sm-disable) ;;
+    # xfwm4 reads its settings through xfconfd, which only a session bus starts.
+    xfwm4) wm_command=(dbus-run-session -- xfwm4 --replace --compositor=off --sm-client-disable) ;;
+    kwin_x11) wm_command=(kwin_x11 --replace) ;;
+    *)
+        echo "unknown window manager $wm (openbox, metacity, marco, xfwm4, kwin_x11)" >&2
+        return 1
+        ;;
+    esac
+    if ! command -v Xvfb >/dev/null || ! command -v "${wm_command[0]}" >/dev/null || ! command -v xprop >/dev/null; then
+        echo "Xvfb, $wm or xprop is missing (make deps installs Xvfb, openbox and xprop)" >&2
         return 1
     fi
     : >"$logs/displayfd"
@@ -27,13 +41,16 @@ start_virtual_display() {
         return 1
     fi
     export DISPLAY=":$num"
-    openbox --sm-disable >"$logs/openbox.log" 2>&1 &
+    # No session bus and no settings daemon here: GSettings reads its defaults from memory, KWin draws
+    # without a compositor, and nobody tries to start a bus on demand.
+    env GSETTINGS_BACKEND=memory KWIN_COMPOSE=N DBUS_SESSION_BUS_ADDRESS=disabled: NO_AT_BRIDGE=1 \
+        QT_QPA_PLATFORM=xcb "${wm_command[@]}" >"$logs/wm.log" 2>&1 &
     pids+=($!)
-    for _ in $(seq 200); do
+    for _ in $(seq 300); do
         xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && return 0
         sleep 0.05
     done
-    echo "openbox did not start" >&2
-    cat "$logs/openbox.log" >&2
+    echo "$wm did not start" >&2
+    cat "$logs/wm.log" >&2
     return 1
 }

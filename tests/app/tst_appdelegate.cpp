@@ -136,6 +136,13 @@ private slots:
         // What the presenter sees: the panel's pixels are the stored background.
         const QImage image = d.panel()->grab().toImage();
         QCOMPARE(image.pixelColor(3, 3), QColor(20, 30, 90));
+        // And the digits are drawn in the stored text colour.
+        const QImage field = d.input()->grab().toImage();
+        bool textColourDrawn = false;
+        for (int y = 0; y < field.height() && !textColourDrawn; ++y)
+            for (int x = 0; x < field.width() && !textColourDrawn; ++x)
+                textColourDrawn = field.pixelColor(x, y) == QColor(255, 200, 0);
+        QVERIFY(textColourDrawn);
     }
 
     void damagedStoredColoursDoNotBreakTheLaunch()
@@ -144,8 +151,11 @@ private slots:
         UserDefaults::standardUserDefaults().setObject(QStringLiteral("junk"), PreferenceKeys::BgColor);
         AppDelegate& d = launch();
         QCOMPARE(d.input()->text(), QStringLiteral("00:01:00"));
-        QVERIFY(d.input()->palette().color(QPalette::Text).isValid());
-        QVERIFY(d.panel()->backgroundColor().isValid());
+        // Damaged data gives no colour, so the platform's own default shows, not some other colour.
+        QCOMPARE(d.input()->palette().color(QPalette::Text), QPalette().color(QPalette::Text));
+        QCOMPARE(d.panel()->backgroundColor(), QPalette().color(QPalette::Window));
+        const QImage image = d.panel()->grab().toImage();
+        QCOMPARE(image.pixelColor(3, 3), QPalette().color(QPalette::Window));
     }
 
     void registerDefaultsTwiceGivesAFreshSettingsObject()

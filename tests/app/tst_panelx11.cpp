@@ -1,106 +1,17 @@
 // The real application on a real X server with a real window manager, driven with xdotool as a presenter
 // would drive it, beside stand-ins for PowerPoint and for another program that shows slides.
+#include "DesktopDriver.h"
 #include "TestMain.h"
 
 #include <QDir>
-#include <QElapsedTimer>
-#include <QImage>
-#include <QPixmap>
 #include <QProcess>
-#include <QRegularExpression>
-#include <QScreen>
 #include <QSettings>
 #include <QTest>
 #include <QWindow>
 
-#include <functional>
 #include <memory>
 
-namespace {
-
-QString run(const QString& program, const QStringList& arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    process.waitForFinished(10000);
-    return QString::fromLocal8Bit(process.readAllStandardOutput()).trimmed();
-}
-
-QString xdotool(const QStringList& arguments)
-{
-    return run(QStringLiteral("xdotool"), arguments);
-}
-
-quint64 activeWindow()
-{
-    const QString out =
-        run(QStringLiteral("xprop"), {QStringLiteral("-root"), QStringLiteral("_NET_ACTIVE_WINDOW")});
-    const auto match = QRegularExpression(QStringLiteral("0x[0-9a-f]+")).match(out);
-    return match.hasMatch() ? match.captured().toULongLong(nullptr, 16) : 0;
-}
-
-/// The window that has the keyboard, as the X server says: what the next key press reaches.
-quint64 keyboardWindow()
-{
-    return xdotool({QStringLiteral("getwindowfocus")}).toULongLong();
-}
-
-QRect geometryOf(quint64 window)
-{
-    QRect g;
-    const QString out =
-        xdotool({QStringLiteral("getwindowgeometry"), QStringLiteral("--shell"), QString::number(window)});
-    for (const QString& line : out.split(QLatin1Char('\n'))) {
-        const auto parts = line.split(QLatin1Char('='));
-        if (parts.size() != 2)
-            continue;
-        const int value = parts.at(1).toInt();
-        if (parts.at(0) == QLatin1String("X"))
-            g.moveLeft(value);
-        else if (parts.at(0) == QLatin1String("Y"))
-            g.moveTop(value);
-        else if (parts.at(0) == QLatin1String("WIDTH"))
-            g.setWidth(value);
-        else if (parts.at(0) == QLatin1String("HEIGHT"))
-            g.setHeight(value);
-    }
-    return g;
-}
-
-/// What the screen shows in that rectangle: the root window's pixels, whoever drew them.
-QImage screenPixels(const QRect& area)
-{
-    return QGuiApplication::primaryScreen()
-        ->grabWindow(0, area.x(), area.y(), area.width(), area.height())
-        .toImage();
-}
-
-int countPixels(const QImage& image, const std::function<bool(QColor)>& wanted)
-{
-    int count = 0;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            count += wanted(image.pixelColor(x, y)) ? 1 : 0;
-    return count;
-}
-
-/// The default panel as the presenter sees it: mostly white, with dark digits.
-bool showsThePanel(const QRect& panel)
-{
-    const QImage image = screenPixels(panel);
-    const int all = image.width() * image.height();
-    const int white = countPixels(image, [](QColor c) { return c.lightness() > 240; });
-    const int dark = countPixels(image, [](QColor c) { return c.lightness() < 60; });
-    return all > 0 && white > all / 2 && dark > all / 50;
-}
-
-bool showsThePlayButton(const QRect& panel)
-{
-    const QImage image = screenPixels(panel);
-    return countPixels(image, [](QColor c) { return c.green() > 100 && c.red() < 90 && c.blue() < 90; }) > 50;
-}
-
-} // namespace
+using namespace desktop;
 
 class TestPanelX11 : public QObject
 {
@@ -139,52 +50,11 @@ private:
         return m_panel != 0 && QTest::qWaitFor([this] { return showsThePanel(geometryOf(m_panel)); }, 5000);
     }
 
-    void clickPanelAt(double fx, double fy)
-    {
-        const QRect g = geometryOf(m_panel);
-        xdotool({QStringLiteral("mousemove"), QString::number(g.x() + int(g.width() * fx)),
-                 QString::number(g.y() + int(g.height() * fy)), QStringLiteral("click"),
-                 QStringLiteral("1")});
-    }
-
     // The time sits left of the middle while idle (the play button is on the right), in the middle while
     // running.
+    void clickPanelAt(double fx, double fy) { clickAt(m_panel, fx, fy); }
     void clickIntoTheTime() { clickPanelAt(0.35, 0.5); }
     void clickTheBackground() { clickPanelAt(0.03, 0.08); }
-
-    void typeAndReturn(const QString& time)
-    {
-        xdotool({QStringLiteral("key"), QStringLiteral("ctrl+a")});
-        xdotool({QStringLiteral("type"), time});
-        xdotool({QStringLiteral("key"), QStringLiteral("Return")});
-    }
-
-    static QSettings storedSettings()
-    {
-        return QSettings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("Brevlin"),
-                         QStringLiteral("Brevlin"));
-    }
-
-    static QString storedCountdownTime()
-    {
-        QSettings settings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("Brevlin"),
-                           QStringLiteral("Brevlin"));
-        settings.sync();
-        return settings.value(QStringLiteral("BRVCountdownTime")).toString();
-    }
-
-    /// Checks, again and again over the given time, that the keyboard stays where it is expected.
-    static bool keyboardStaysWith(quint64 window, int milliseconds)
-    {
-        QElapsedTimer timer;
-        timer.start();
-        while (timer.elapsed() < milliseconds) {
-            if (keyboardWindow() != window)
-                return false;
-            QTest::qWait(100);
-        }
-        return true;
-    }
 
 private slots:
     void init()
@@ -206,19 +76,19 @@ private slots:
             process->waitForFinished();
         }
         m_others.clear();
-        QFile::remove(storedSettings().fileName());
+        QFile::remove(applicationSettings().fileName());
     }
 
     void thePanelIsLeftOutOfTheWindowManagerAndSeenOnEveryDesktop()
     {
         QVERIFY(startApp());
         // Override-redirect: no window manager stacks it under a full-screen window or puts a frame on it.
-        const QString info =
-            run(QStringLiteral("xwininfo"), {QStringLiteral("-id"), QString::number(m_panel)});
+        const QString info = testsupport::runProgram(QStringLiteral("xwininfo"),
+                                                     {QStringLiteral("-id"), QString::number(m_panel)});
         QVERIFY2(info.contains(QStringLiteral("Override Redirect State: yes")), qPrintable(info));
         const QRect panel = geometryOf(m_panel);
         QVERIFY(showsThePanel(panel));
-        const QString desktops = run(QStringLiteral("xdotool"), {QStringLiteral("get_num_desktops")});
+        const QString desktops = xdotool({QStringLiteral("get_num_desktops")});
         QVERIFY2(desktops.toInt() > 1, qPrintable(desktops));
         xdotool({QStringLiteral("set_desktop"), QStringLiteral("1")});
         QTRY_COMPARE(xdotool({QStringLiteral("get_desktop")}), QStringLiteral("1"));
@@ -357,7 +227,7 @@ private slots:
     void withTheSettingOffOnlyPowerPointGetsTheKeyboardBack()
     {
         {
-            QSettings settings = storedSettings();
+            QSettings settings = applicationSettings();
             settings.setValue(QStringLiteral("ReturnFocusToPreviousWindow"), false);
         }
         const quint64 slides = startOther(QStringLiteral("someslideshow"));
@@ -386,24 +256,12 @@ private slots:
     {
         QVERIFY(startApp());
         const QRect before = geometryOf(m_panel);
-        const QPoint grab = before.topLeft() + QPoint(before.width() / 2, 8);
-        xdotool({QStringLiteral("mousemove"), QString::number(grab.x()), QString::number(grab.y()),
-                 QStringLiteral("mousedown"), QStringLiteral("1")});
-        for (int step = 1; step <= 10; ++step)
-            xdotool({QStringLiteral("mousemove"), QString::number(grab.x() - 20 * step),
-                     QString::number(grab.y() + 10 * step)});
-        xdotool({QStringLiteral("mouseup"), QStringLiteral("1")});
+        drag(before.topLeft() + QPoint(before.width() / 2, 8), QPoint(-200, 100));
         QTRY_COMPARE(geometryOf(m_panel).topLeft(), before.topLeft() + QPoint(-200, 100));
         QCOMPARE(geometryOf(m_panel).size(), before.size());
 
         const QRect moved = geometryOf(m_panel);
-        const QPoint corner = moved.bottomRight() - QPoint(1, 1);
-        xdotool({QStringLiteral("mousemove"), QString::number(corner.x()), QString::number(corner.y()),
-                 QStringLiteral("mousedown"), QStringLiteral("1")});
-        for (int step = 1; step <= 10; ++step)
-            xdotool({QStringLiteral("mousemove"), QString::number(corner.x() + 10 * step),
-                     QString::number(corner.y() + 5 * step)});
-        xdotool({QStringLiteral("mouseup"), QStringLiteral("1")});
+        drag(moved.bottomRight() - QPoint(1, 1), QPoint(100, 50));
         QTRY_COMPARE(geometryOf(m_panel).size(), moved.size() + QSize(100, 50));
         QCOMPARE(geometryOf(m_panel).topLeft(), moved.topLeft());
         QVERIFY(showsThePanel(geometryOf(m_panel)));

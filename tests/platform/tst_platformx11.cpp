@@ -2,7 +2,9 @@
 // xprop, and with fake_powerpoint standing in for PowerPoint under Wine.
 
 #include "Platform.h"
+#include "Processes.h"
 #include "TestMain.h"
+#include "XcbReply.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
@@ -23,15 +25,6 @@ namespace {
 
 constexpr int settleMs = 300;
 
-QString runTool(const QString& program, const QStringList& arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    if (!process.waitForFinished(5000) || process.exitStatus() != QProcess::NormalExit)
-        return {};
-    return QString::fromLocal8Bit(process.readAllStandardOutput());
-}
-
 QList<quint32> windowIds(const QString& xpropOutput)
 {
     QList<quint32> ids;
@@ -43,19 +36,19 @@ QList<quint32> windowIds(const QString& xpropOutput)
 
 quint32 activeWindow()
 {
-    const QList<quint32> ids = windowIds(runTool("xprop", {"-root", "_NET_ACTIVE_WINDOW"}));
+    const QList<quint32> ids = windowIds(testsupport::runProgram("xprop", {"-root", "_NET_ACTIVE_WINDOW"}));
     return ids.isEmpty() ? 0 : ids.first();
 }
 
 QList<quint32> clientList()
 {
-    return windowIds(runTool("xprop", {"-root", "_NET_CLIENT_LIST"}));
+    return windowIds(testsupport::runProgram("xprop", {"-root", "_NET_CLIENT_LIST"}));
 }
 
 /// The atom names in the window's _NET_WM_STATE.
 QStringList windowStates(WId window)
 {
-    const QString out = runTool("xprop", {"-id", QString::number(window), "_NET_WM_STATE"});
+    const QString out = testsupport::runProgram("xprop", {"-id", QString::number(window), "_NET_WM_STATE"});
     const int equals = out.indexOf(QLatin1Char('='));
     if (equals < 0)
         return {};
@@ -67,14 +60,14 @@ QStringList windowStates(WId window)
 
 QString desktopOf(WId window)
 {
-    const QString out = runTool("xprop", {"-id", QString::number(window), "_NET_WM_DESKTOP"});
+    const QString out = testsupport::runProgram("xprop", {"-id", QString::number(window), "_NET_WM_DESKTOP"});
     const int equals = out.indexOf(QLatin1Char('='));
     return equals < 0 ? QString() : out.mid(equals + 1).trimmed();
 }
 
 bool windowManagerSupports(const QString& atomName)
 {
-    const QString out = runTool("xprop", {"-root", "_NET_SUPPORTED"});
+    const QString out = testsupport::runProgram("xprop", {"-root", "_NET_SUPPORTED"});
     return out.section(QLatin1Char('='), 1)
         .split(QLatin1Char(','), Qt::SkipEmptyParts)
         .contains(" " + atomName);
@@ -120,12 +113,10 @@ public:
 
     xcb_atom_t atom(const char* name)
     {
-        xcb_intern_atom_reply_t* reply = xcb_intern_atom_reply(
+        const testsupport::XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
             m_connection,
-            xcb_intern_atom(m_connection, 0, static_cast<std::uint16_t>(std::strlen(name)), name), nullptr);
-        const xcb_atom_t result = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-        std::free(reply);
-        return result;
+            xcb_intern_atom(m_connection, 0, static_cast<std::uint16_t>(std::strlen(name)), name), nullptr));
+        return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
     }
 
     /// The client messages sent so far. Complete once the sender has waited for the server to handle
@@ -143,7 +134,7 @@ public:
                 std::copy_n(message->data.data32, 5, m.data.begin());
                 result.push_back(m);
             }
-            std::free(event);
+            testsupport::XcbReply<xcb_generic_event_t>{event};
         }
         return result;
     }
@@ -222,7 +213,8 @@ void TestPlatformX11::initTestCase()
     QCOMPARE(QGuiApplication::platformName(), QStringLiteral("xcb"));
     for (const char* tool : {"xprop", "xdotool"})
         QVERIFY2(!QStandardPaths::findExecutable(tool).isEmpty(), tool);
-    QVERIFY2(!runTool("xprop", {"-root", "_NET_SUPPORTING_WM_CHECK"}).isEmpty(), "no window manager");
+    QVERIFY2(!testsupport::runProgram("xprop", {"-root", "_NET_SUPPORTING_WM_CHECK"}).isEmpty(),
+             "no window manager");
 }
 
 void TestPlatformX11::init()
@@ -283,7 +275,7 @@ bool TestPlatformX11::activatePanel()
     while (activeWindow() != panel) {
         if (timer.elapsed() > 5000)
             return false;
-        runTool("xdotool", {"windowactivate", QString::number(panel)});
+        testsupport::runProgram("xdotool", {"windowactivate", QString::number(panel)});
         QTest::qWait(50);
     }
     return true;
@@ -326,8 +318,8 @@ void TestPlatformX11::floatAboveEverythingBeforeFirstShow()
 void TestPlatformX11::floatAboveEverythingKeepsOtherStates()
 {
     const WId window = m_panel->winId();
-    runTool("xprop", {"-id", QString::number(window), "-f", "_NET_WM_STATE", "32a", "-set", "_NET_WM_STATE",
-                      "_NET_WM_STATE_SKIP_TASKBAR"});
+    testsupport::runProgram("xprop", {"-id", QString::number(window), "-f", "_NET_WM_STATE", "32a", "-set",
+                                      "_NET_WM_STATE", "_NET_WM_STATE_SKIP_TASKBAR"});
     QCOMPARE(windowStates(window), QStringList{"_NET_WM_STATE_SKIP_TASKBAR"});
 
     platform::floatAboveEverything(window);

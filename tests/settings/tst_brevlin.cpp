@@ -1,5 +1,6 @@
 #include "Brevlin.h"
 
+#include "BuiltInSounds.h"
 #include "TestMain.h"
 
 #include <QTest>
@@ -9,9 +10,7 @@
 
 namespace {
 
-const QStringList BuiltInSounds{QStringLiteral("Left Coast Piano.mp3"), QStringLiteral("Piano 1.mp3"),
-                                QStringLiteral("School Bell.mp3"), QStringLiteral("Harp Compound.mp3"),
-                                QStringLiteral("click_tin.wav")};
+const QStringList& BuiltInSounds = testsupport::builtInSounds();
 
 } // namespace
 
@@ -325,9 +324,9 @@ void TestBrevlin::removeAtIndexMovesLaterEntriesDown()
 {
     Brevlin b;
     b.removeObjectFromSoundFilesAtIndex(1);
-    QCOMPARE(b.soundFiles(),
-             (QStringList{QStringLiteral("Left Coast Piano.mp3"), QStringLiteral("School Bell.mp3"),
-                          QStringLiteral("Harp Compound.mp3"), QStringLiteral("click_tin.wav")}));
+    QStringList expected = BuiltInSounds;
+    expected.removeAt(1);
+    QCOMPARE(b.soundFiles(), expected);
 }
 
 void TestBrevlin::removeOutsideTheListThrows_data()

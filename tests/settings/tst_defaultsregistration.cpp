@@ -1,6 +1,7 @@
 #include "DefaultsRegistration.h"
 
 #include "Brevlin.h"
+#include "BuiltInSounds.h"
 #include "ColorArchive.h"
 #include "PreferenceController.h"
 #include "PreferenceKeys.h"
@@ -71,8 +72,7 @@ void TestDefaultsRegistration::holdsExactlyTheBuiltInValues()
         {QStringLiteral("PlayReminderSound"), true},
         {QStringLiteral("SelectedSoundIndex"), QVariant::fromValue(qint64(0))},
         {QStringLiteral("SelectedReminderSoundIndex"), QVariant::fromValue(qint64(4))},
-        {QStringLiteral("SoundFiles"),
-         QStringLiteral("Left Coast Piano.mp3:Piano 1.mp3:School Bell.mp3:Harp Compound.mp3:click_tin.wav")},
+        {QStringLiteral("SoundFiles"), testsupport::builtInSounds().join(QLatin1Char(':'))},
         {QStringLiteral("ReturnFocusToPreviousWindow"), true},
     };
     const QVariantMap actual = registrationDefaults(Brevlin());

@@ -1,6 +1,7 @@
 #include "PreferenceController.h"
 
 #include "Brevlin.h"
+#include "BuiltInSounds.h"
 #include "ColorArchive.h"
 #include "DefaultsRegistration.h"
 #include "NotificationCenter.h"
@@ -17,9 +18,7 @@
 
 namespace {
 
-const QStringList BuiltInSounds{QStringLiteral("Left Coast Piano.mp3"), QStringLiteral("Piano 1.mp3"),
-                                QStringLiteral("School Bell.mp3"), QStringLiteral("Harp Compound.mp3"),
-                                QStringLiteral("click_tin.wav")};
+const QStringList& BuiltInSounds = testsupport::builtInSounds();
 
 const QStringList AllNames{
     NotificationNames::TextColorChanged,          NotificationNames::BgColorChanged,
@@ -455,8 +454,29 @@ void TestPreferenceController::repeatedSubscriptionsAreAllCalled()
 
 void TestPreferenceController::classObjectIsOneIdentity()
 {
-    QVERIFY(PreferenceController::classObject() != nullptr);
-    QCOMPARE(PreferenceController::classObject(), PreferenceController::classObject());
+    // Asked for by an observer in the middle of a post, from another place than the test body.
+    std::vector<const void*> askedDuringPost;
+    for (const QString& name : AllNames)
+        NotificationCenter::defaultCenter().addObserver(this, name, [&](const Notification&) {
+            askedDuringPost.push_back(PreferenceController::classObject());
+        });
+    listenToEverything();
+    for (int round = 0; round < 2; ++round)
+        for (const NotifyingSetter& s : notifyingSetters())
+            s.set();
+
+    const void* identity = PreferenceController::classObject();
+    QVERIFY(identity != nullptr);
+    // Not some object that merely exists anyway: the centre, a listener, this test.
+    QVERIFY(identity != static_cast<const void*>(&NotificationCenter::defaultCenter()));
+    QVERIFY(identity != static_cast<const void*>(&g_received));
+    QVERIFY(identity != static_cast<const void*>(this));
+    QCOMPARE(g_received.size(), 2 * notifyingSetters().size());
+    QCOMPARE(askedDuringPost.size(), g_received.size());
+    for (size_t i = 0; i < g_received.size(); ++i) {
+        QCOMPARE(g_received[i].object, identity);
+        QCOMPARE(askedDuringPost[i], identity);
+    }
 }
 
 void TestPreferenceController::booleanGettersReadAnAbsentValueAsFalse()

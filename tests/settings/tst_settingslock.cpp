@@ -1,6 +1,7 @@
 #include "NotificationCenter.h"
 #include "PreferenceController.h"
 #include "PreferenceKeys.h"
+#include "Processes.h"
 #include "SettingsFile.h"
 #include "StoredSettings.h"
 #include "UserDefaults.h"
@@ -78,27 +79,13 @@ int readFresh(const QStringList& keys)
     return 0;
 }
 
-// Runs this executable again, as another launch of the application would run, and waits for it to end (a
-// hang is caught by the test's own time limit).
-bool runChild(const QStringList& args, QByteArray* output = nullptr)
-{
-    QProcess child;
-    child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    child.start(QCoreApplication::applicationFilePath(), args);
-    if (!child.waitForFinished(-1))
-        return false;
-    if (output)
-        *output = child.readAllStandardOutput();
-    return child.exitStatus() == QProcess::NormalExit && child.exitCode() == 0;
-}
-
 // What a new launch would read from the file. Inside this process a new QSettings would share the store's
 // unsaved values, so another process reads.
 QHash<QString, QString> readOnDisk(const QStringList& keys)
 {
     QByteArray output;
     QHash<QString, QString> values;
-    if (!runChild(QStringList{QStringLiteral("--read")} + keys, &output))
+    if (!testsupport::runThisExecutable(QStringList{QStringLiteral("--read")} + keys, &output))
         return values;
     for (const QByteArray& line : output.split('\n')) {
         const qsizetype eq = line.indexOf('=');
@@ -309,14 +296,16 @@ void TestSettingsLock::lockOfADeadProcessIsTakenOver()
 void TestSettingsLock::quittingWithTheLockTakenDoesNotHang()
 {
     QVERIFY(makeLockFolder());
-    QVERIFY(runChild({QStringLiteral("--write-and-quit"), TestKey, QStringLiteral("unsaved")}));
+    QVERIFY(testsupport::runThisExecutable(
+        {QStringLiteral("--write-and-quit"), TestKey, QStringLiteral("unsaved")}));
     QVERIFY(!SettingsFile::entries().contains(TestKey));
     QVERIFY(QFileInfo(lockPath()).isDir());
 }
 
 void TestSettingsLock::quittingWithTheLockFreeSavesEverything()
 {
-    QVERIFY(runChild({QStringLiteral("--write-and-quit"), TestKey, QStringLiteral("saved at exit")}));
+    QVERIFY(testsupport::runThisExecutable(
+        {QStringLiteral("--write-and-quit"), TestKey, QStringLiteral("saved at exit")}));
     QCOMPARE(readOnDisk({TestKey}).value(TestKey), QStringLiteral("saved at exit"));
 }
 

@@ -1,5 +1,6 @@
 #include "UserDefaults.h"
 
+#include "Processes.h"
 #include "SettingsFile.h"
 #include "TestMain.h"
 
@@ -117,27 +118,11 @@ UserDefaults& defaults()
     return UserDefaults::standardUserDefaults();
 }
 
-// Runs this executable again as a separate process with the same environment (so the same settings file).
-bool runChild(const QStringList& args, QByteArray* output = nullptr)
-{
-    QProcess child;
-    child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    child.start(QCoreApplication::applicationFilePath(), args);
-    if (!child.waitForFinished(30000)) {
-        child.kill();
-        child.waitForFinished();
-        return false;
-    }
-    if (output)
-        *output = child.readAllStandardOutput();
-    return child.exitStatus() == QProcess::NormalExit && child.exitCode() == 0;
-}
-
 QHash<QString, Reading> readInChild(const QStringList& keys)
 {
     QByteArray output;
     QHash<QString, Reading> readings;
-    if (!runChild(QStringList{QStringLiteral("--child-read")} + keys, &output))
+    if (!testsupport::runThisExecutable(QStringList{QStringLiteral("--child-read")} + keys, &output))
         return readings;
     for (const QByteArray& line : output.split('\n')) {
         if (!line.isEmpty())
@@ -405,7 +390,7 @@ void TestUserDefaults::valueWrittenByAnotherProcessIsReadHere()
     QFETCH(QString, kind);
     QFETCH(QString, value);
     QFETCH(QVariant, expected);
-    QVERIFY(runChild({QStringLiteral("--child-write"), key, kind, value}));
+    QVERIFY(testsupport::runThisExecutable({QStringLiteral("--child-write"), key, kind, value}));
 
     // A fresh QSettings of the application, as the next launch would open it.
     QSettings fresh(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("Brevlin"),
@@ -473,8 +458,8 @@ void TestUserDefaults::valuesKeepTheirKindThroughTheFile()
 void TestUserDefaults::anotherProcessDoesNotLoseOurPendingValue()
 {
     defaults().setObject(QStringLiteral("ours"), QStringLiteral("TestString"));
-    QVERIFY(runChild({QStringLiteral("--child-write"), QStringLiteral("TestOther"), QStringLiteral("string"),
-                      QStringLiteral("theirs")}));
+    QVERIFY(testsupport::runThisExecutable({QStringLiteral("--child-write"), QStringLiteral("TestOther"),
+                                            QStringLiteral("string"), QStringLiteral("theirs")}));
     defaults().synchronize();
     QCOMPARE(defaults().stringForKey(QStringLiteral("TestString")), QStringLiteral("ours"));
     QCOMPARE(defaults().stringForKey(QStringLiteral("TestOther")), QStringLiteral("theirs"));

@@ -3,7 +3,9 @@
 # real window manager or its own PulseAudio daemon with a null sink. Nothing the test does can reach the
 # user's real settings, sound folder, display or speakers.
 #
-#   isolated-run.sh [--offscreen] [--x11] [--pulse] -- command [args...]
+#   isolated-run.sh [--offscreen] [--x11] [--wm NAME] [--pulse] -- command [args...]
+#
+# --wm picks the window manager of --x11 (openbox unless given; see scripts/virtual-display.sh).
 set -u
 
 want_offscreen=0 want_x11=0 want_pulse=0
@@ -12,6 +14,11 @@ while [ $# -gt 0 ]; do
     --offscreen) want_offscreen=1 ;;
     --x11) want_x11=1 ;;
     --pulse) want_pulse=1 ;;
+    --wm)
+        [ $# -gt 1 ] || { echo "isolated-run: --wm needs a name" >&2; exit 2; }
+        export BREVLIN_WM=$2
+        shift
+        ;;
     --) shift; break ;;
     *) echo "isolated-run: unknown option $1" >&2; exit 2 ;;
     esac

@@ -1,19 +1,10 @@
 // Window tests run on a private X server with a real window manager; prove both are there.
+#include "Processes.h"
 #include "TestMain.h"
 
 #include <QProcess>
 #include <QTest>
 #include <QWidget>
-
-namespace {
-QString run(const QString& program, const QStringList& arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    process.waitForFinished(5000);
-    return QString::fromLocal8Bit(process.readAllStandardOutput());
-}
-} // namespace
 
 class TestDisplayPlumbing : public QObject
 {
@@ -28,17 +19,17 @@ private slots:
 
     void aWindowManagerManagesWindows()
     {
-        QVERIFY(run(QStringLiteral("xprop"),
-                    {QStringLiteral("-root"), QStringLiteral("_NET_SUPPORTING_WM_CHECK")})
+        QVERIFY(testsupport::runProgram(QStringLiteral("xprop"),
+                                        {QStringLiteral("-root"), QStringLiteral("_NET_SUPPORTING_WM_CHECK")})
                     .contains(QStringLiteral("window id")));
         QWidget window;
         window.resize(200, 100);
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         // A managed window is listed by the window manager.
-        QTRY_VERIFY(
-            run(QStringLiteral("xprop"), {QStringLiteral("-root"), QStringLiteral("_NET_CLIENT_LIST")})
-                .contains(QStringLiteral("0x%1").arg(window.winId(), 0, 16)));
+        QTRY_VERIFY(testsupport::runProgram(QStringLiteral("xprop"),
+                                            {QStringLiteral("-root"), QStringLiteral("_NET_CLIENT_LIST")})
+                        .contains(QStringLiteral("0x%1").arg(window.winId(), 0, 16)));
     }
 };
 

@@ -2,6 +2,8 @@
 #include "PanelLayout.h"
 #include "TestMain.h"
 
+#include <QFont>
+#include <QFontMetricsF>
 #include <QTest>
 
 namespace {
@@ -71,12 +73,42 @@ private slots:
         const int small = PanelLayout::fontSizeForPanel({200, 80}, 36, true);
         const int large = PanelLayout::fontSizeForPanel({800, 300}, 36, true);
         QVERIFY2(small > 9 && large > small, qPrintable(QStringLiteral("%1 %2").arg(small).arg(large)));
-        // The measured sample really fits the bounds the size was chosen for.
-        const QSizeF measured = PanelLayout::measureSample(large);
-        QVERIFY(measured.width() <= 800 - 30 - 10 - 36);
-        QVERIFY(measured.height() <= 300 - 30);
-        const QSizeF next = PanelLayout::measureSample(large + 1);
-        QVERIFY(next.width() > 800 - 30 - 10 - 36 || next.height() > 300 - 30);
+    }
+
+    void theRealFaceSizeMatchesQtsOwnMeasurement_data()
+    {
+        QTest::addColumn<QSizeF>("panel");
+        QTest::addColumn<bool>("idle");
+        QTest::newRow("small idle") << QSizeF(200, 80) << true;
+        QTest::newRow("wide idle") << QSizeF(800, 300) << true;
+        QTest::newRow("wide running") << QSizeF(800, 300) << false;
+        QTest::newRow("tall running") << QSizeF(300, 900) << false;
+        QTest::newRow("large running") << QSizeF(1600, 500) << false;
+    }
+
+    // Checked against Qt measuring the sample at each size on its own, not against the search's own
+    // measuring function, so a wrong measurement cannot agree with itself. The search scales one exact
+    // measurement linearly while Qt rounds per size, hence one size step of tolerance.
+    void theRealFaceSizeMatchesQtsOwnMeasurement()
+    {
+        QFETCH(QSizeF, panel);
+        QFETCH(bool, idle);
+        const double maxWidth = panel.width() - 30 - (idle ? 10 + 36 : 0);
+        const double maxHeight = panel.height() - 30;
+        QFont font = PanelLayout::measuringFont();
+        font.setHintingPreference(QFont::PreferNoHinting);
+        int expected = 9;
+        for (int size = 10; size < 1000; ++size) {
+            font.setPixelSize(size);
+            const QFontMetricsF metrics(font);
+            if (metrics.horizontalAdvance(PanelLayout::sizingSample()) > maxWidth ||
+                metrics.height() > maxHeight)
+                break;
+            expected = size;
+        }
+        const int actual = PanelLayout::fontSizeForPanel(panel, 36, idle);
+        QVERIFY2(qAbs(actual - expected) <= 1,
+                 qPrintable(QStringLiteral("search %1, Qt per size %2").arg(actual).arg(expected)));
     }
 
     void runningTimeIsCentredWithThePauseButtonExactlyOverIt()

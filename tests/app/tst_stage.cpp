@@ -1,0 +1,172 @@
+// On stage: the real application beside a focused full-screen slide show made by another program, under a
+// real window manager (the test runs once per window manager), driven with xdotool as a presenter would.
+// The panel must stay in sight (read from the root window, whoever drew it) and every key meant for the
+// slides must reach them.
+#include "DesktopDriver.h"
+#include "TestMain.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QSettings>
+#include <QTest>
+
+using namespace desktop;
+
+class TestStage : public QObject
+{
+    Q_OBJECT
+
+private:
+    QProcess m_app;
+    QProcess m_show;
+    quint64 m_panel = 0;
+    quint64 m_slides = 0;
+    QStringList m_showLog;
+
+    bool startShow()
+    {
+        m_show.start(QStringLiteral(FAKE_SLIDESHOW), {});
+        if (!m_show.waitForReadyRead(10000))
+            return false;
+        m_slides = m_show.readLine().trimmed().toULongLong();
+        if (m_slides == 0)
+            return false;
+        xdotool({QStringLiteral("windowactivate"), QStringLiteral("--sync"), QString::number(m_slides)});
+        // Full screen and focused, as a presenter starts it.
+        return QTest::qWaitFor(
+            [this] {
+                const QRect g = geometryOf(m_slides);
+                const QSize screen = QGuiApplication::primaryScreen()->size();
+                return keyboardWindow() == m_slides && g.width() >= screen.width() &&
+                       g.height() >= screen.height();
+            },
+            10000);
+    }
+
+    /// What the show has said since the last call, one line per key it received.
+    QStringList showSaid()
+    {
+        m_show.waitForReadyRead(50);
+        while (m_show.canReadLine())
+            m_showLog << QString::fromUtf8(m_show.readLine()).trimmed();
+        return m_showLog;
+    }
+
+    int slide()
+    {
+        int current = 1;
+        for (const QString& line : showSaid())
+            if (line.startsWith(QLatin1String("slide ")))
+                current = line.mid(6).toInt();
+        return current;
+    }
+
+    QStringList keysOtherThanSlides()
+    {
+        QStringList others;
+        for (const QString& line : showSaid())
+            if (!line.startsWith(QLatin1String("slide ")))
+                others << line;
+        return others;
+    }
+
+    bool startApp()
+    {
+        m_app.start(QStringLiteral(BREVLIN_APP), {});
+        if (!m_app.waitForStarted(10000))
+            return false;
+        const QString ids =
+            xdotool({QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--onlyvisible"),
+                     QStringLiteral("--class"), QStringLiteral("brevlin")});
+        m_panel = ids.split(QLatin1Char('\n')).value(0).toULongLong();
+        return m_panel != 0 && QTest::qWaitFor([this] { return showsThePanel(geometryOf(m_panel)); }, 5000);
+    }
+
+    void clickPanelAt(double fx, double fy) { clickAt(m_panel, fx, fy); }
+
+private slots:
+    void init()
+    {
+        QVERIFY(QDir::homePath().contains(QStringLiteral("brevlin-test.")));
+        QStandardPaths::setTestModeEnabled(false);
+        m_panel = m_slides = 0;
+        m_showLog.clear();
+        QVERIFY(startShow());
+    }
+
+    void cleanup()
+    {
+        m_app.kill();
+        m_app.waitForFinished();
+        m_show.closeWriteChannel();
+        m_show.waitForFinished(3000);
+        m_show.kill();
+        m_show.waitForFinished();
+        QFile::remove(applicationSettings().fileName());
+    }
+
+    void thePresenterStartsTheTimerAndGoesOnWithTheSlides()
+    {
+        QVERIFY(startApp());
+        const QRect panel = geometryOf(m_panel);
+        // Launching leaves the keyboard with the show.
+        QVERIFY(keyboardStaysWith(m_slides, 1500));
+        QVERIFY(showsThePanel(panel));
+
+        clickPanelAt(0.35, 0.5);
+        QTRY_COMPARE(keyboardWindow(), m_panel);
+        QVERIFY(showsThePanel(panel));
+        typeAndReturn(QStringLiteral("0:0:30"));
+        QTRY_COMPARE(storedCountdownTime(), QStringLiteral("00:00:30"));
+        QTRY_COMPARE(keyboardWindow(), m_slides);
+        QVERIFY(showsThePanel(geometryOf(m_panel)));
+        QTRY_VERIFY(!showsThePlayButton(geometryOf(m_panel)));
+
+        // The next key is the slides': exactly one slide further.
+        xdotool({QStringLiteral("key"), QStringLiteral("Right")});
+        QTRY_COMPARE(slide(), 2);
+        QTest::qWait(200);
+        QCOMPARE(slide(), 2);
+        QVERIFY(showsThePanel(geometryOf(m_panel)));
+        // Not one of the keys typed into the panel reached the show.
+        QCOMPARE(keysOtherThanSlides(), QStringList());
+    }
+
+    void aClickOnTheBackgroundKeepsTheShowInControlAndThePanelInSight()
+    {
+        QVERIFY(startApp());
+        clickPanelAt(0.35, 0.5);
+        QTRY_COMPARE(keyboardWindow(), m_panel);
+        clickPanelAt(0.03, 0.08);
+        QTRY_COMPARE(keyboardWindow(), m_slides);
+        QVERIFY(showsThePanel(geometryOf(m_panel)));
+        xdotool({QStringLiteral("key"), QStringLiteral("space")});
+        QTRY_COMPARE(slide(), 2);
+        QVERIFY(showsThePanel(geometryOf(m_panel)));
+    }
+
+    void afterAPauseEveryDigitGoesIntoTheField()
+    {
+        QVERIFY(startApp());
+        clickPanelAt(0.35, 0.5);
+        QTRY_COMPARE(keyboardWindow(), m_panel);
+        typeAndReturn(QStringLiteral("0:5:0"));
+        QTRY_COMPARE(keyboardWindow(), m_slides);
+        for (int round = 0; round < 10; ++round) {
+            clickPanelAt(0.5, 0.5); // pauses the running time
+            QTRY_VERIFY(showsThePlayButton(geometryOf(m_panel)));
+            clickPanelAt(0.35, 0.5);
+            QTRY_COMPARE(keyboardWindow(), m_panel);
+            typeAndReturn(QStringLiteral("0:%1:0").arg(round + 10));
+            QTRY_COMPARE(storedCountdownTime(), QStringLiteral("00:%1:00").arg(round + 10));
+            QTRY_COMPARE(keyboardWindow(), m_slides);
+            QVERIFY(showsThePanel(geometryOf(m_panel)));
+        }
+        xdotool({QStringLiteral("key"), QStringLiteral("Next")});
+        QTRY_COMPARE(slide(), 2);
+        QCOMPARE(keysOtherThanSlides(), QStringList());
+    }
+};
+
+BREVLIN_TEST_MAIN_WIDGETS(TestStage)
+#include "tst_stage.moc"
