@@ -40,14 +40,8 @@ private:
 
     bool startApp()
     {
-        m_app.start(QStringLiteral(BREVLIN_APP), {});
-        if (!m_app.waitForStarted(10000))
-            return false;
-        const QString ids =
-            xdotool({QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--onlyvisible"),
-                     QStringLiteral("--class"), QStringLiteral("brevlin")});
-        m_panel = ids.split(QLatin1Char('\n')).value(0).toULongLong();
-        return m_panel != 0 && QTest::qWaitFor([this] { return showsThePanel(geometryOf(m_panel)); }, 5000);
+        m_panel = startPanel(m_app, QStringLiteral(BREVLIN_APP));
+        return m_panel != 0;
     }
 
     // The time sits left of the middle while idle (the play button is on the right), in the middle while

@@ -72,14 +72,8 @@ private:
 
     bool startApp()
     {
-        m_app.start(QStringLiteral(BREVLIN_APP), {});
-        if (!m_app.waitForStarted(10000))
-            return false;
-        const QString ids =
-            xdotool({QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--onlyvisible"),
-                     QStringLiteral("--class"), QStringLiteral("brevlin")});
-        m_panel = ids.split(QLatin1Char('\n')).value(0).toULongLong();
-        return m_panel != 0 && QTest::qWaitFor([this] { return showsThePanel(geometryOf(m_panel)); }, 5000);
+        m_panel = startPanel(m_app, QStringLiteral(BREVLIN_APP));
+        return m_panel != 0;
     }
 
     void clickPanelAt(double fx, double fy) { clickAt(m_panel, fx, fy); }

@@ -10,6 +10,7 @@
 #include <QImage>
 #include <QPixmap>
 #include <QPoint>
+#include <QProcess>
 #include <QRect>
 #include <QRegularExpression>
 #include <QScreen>
@@ -149,6 +150,22 @@ inline QString storedCountdownTime()
                        QStringLiteral("Brevlin"));
     settings.sync();
     return settings.value(QStringLiteral("BRVCountdownTime")).toString();
+}
+
+/// Starts the application and waits until its panel is mapped and drawn on screen. The panel's window,
+/// or 0 when the application did not start or its panel never showed.
+inline quint64 startPanel(QProcess& app, const QString& program)
+{
+    app.start(program, {});
+    if (!app.waitForStarted(10000))
+        return 0;
+    const QString ids =
+        xdotool({QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--onlyvisible"),
+                 QStringLiteral("--class"), QStringLiteral("brevlin")});
+    const quint64 panel = ids.split(QLatin1Char('\n')).value(0).toULongLong();
+    if (panel == 0 || !QTest::qWaitFor([panel] { return showsThePanel(geometryOf(panel)); }, 5000))
+        return 0;
+    return panel;
 }
 
 } // namespace desktop
