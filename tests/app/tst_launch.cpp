@@ -2,11 +2,11 @@
 // through the whole launch sequence with the same user folders.
 #include "AppDelegate.h"
 #include "FocusReturn.h"
+#include "Processes.h"
 #include "TestMain.h"
 #include "TitlelessPanel.h"
 
 #include <QLineEdit>
-#include <QProcess>
 #include <QPushButton>
 #include <QTest>
 
@@ -40,11 +40,10 @@ int runChild(int argc, char** argv)
 
 QString runSelf(const QStringList& arguments)
 {
-    QProcess child;
-    child.start(QCoreApplication::applicationFilePath(), arguments);
-    if (!child.waitForFinished(20000) || child.exitCode() != 0)
-        return QStringLiteral("child failed: ") + QString::fromLocal8Bit(child.readAllStandardError());
-    return QString::fromLocal8Bit(child.readAllStandardOutput()).trimmed();
+    QByteArray output;
+    if (!testsupport::runThisExecutable(arguments, &output, 20000))
+        return QStringLiteral("child failed");
+    return QString::fromLocal8Bit(output).trimmed();
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // A loaded sound is heard on the test's PulseAudio null sink: whole, once, from memory, and never twice at
 // a time from the same object.
+#include "BuiltInSounds.h"
 #include "SinkRecorder.h"
 #include "Sound.h"
 #include "SoundFolder.h"
@@ -230,9 +231,8 @@ private slots:
     void everyBuiltInSoundDecodes_data()
     {
         QTest::addColumn<QString>("name");
-        for (const char* name :
-             {"Left Coast Piano.mp3", "Piano 1.mp3", "School Bell.mp3", "Harp Compound.mp3", "click_tin.wav"})
-            QTest::newRow(name) << QString::fromUtf8(name);
+        for (const QString& name : testsupport::builtInSounds())
+            QTest::newRow(qPrintable(name)) << name;
     }
 
     void everyBuiltInSoundDecodes()

@@ -2,6 +2,7 @@
 // two observers that reload a handle by the stored name.
 #include "AppDelegate.h"
 #include "Brevlin.h"
+#include "BuiltInSounds.h"
 #include "DirectoryLocations.h"
 #include "FocusReturn.h"
 #include "PreferenceController.h"
@@ -28,8 +29,7 @@
 
 namespace {
 
-const QStringList builtInNames{"Left Coast Piano.mp3", "Piano 1.mp3", "School Bell.mp3", "Harp Compound.mp3",
-                               "click_tin.wav"};
+const QStringList& builtInNames = testsupport::builtInSounds();
 
 // The stand-in built-in sounds are tones of different lengths, so a handle tells which file it came from.
 double lengthOfBuiltIn(int index)

@@ -16,15 +16,9 @@
 // Exit status: 0 after end of stdin, 1 when the display cannot be opened or the connection breaks,
 // 2 on a wrong argument.
 
-#include <xcb/xcb.h>
+#include "FakeClient.h"
 
-#include <poll.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -58,22 +52,6 @@ bool parse(int argc, char** argv, Options& options)
         }
     }
     return true;
-}
-
-xcb_atom_t atom(xcb_connection_t* c, const char* name)
-{
-    xcb_intern_atom_reply_t* reply = xcb_intern_atom_reply(
-        c, xcb_intern_atom(c, 0, static_cast<uint16_t>(std::strlen(name)), name), nullptr);
-    const xcb_atom_t result = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-    std::free(reply);
-    return result;
-}
-
-void setString(xcb_connection_t* c, xcb_window_t window, xcb_atom_t property, xcb_atom_t type,
-               const std::string& value)
-{
-    xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, property, type, 8,
-                        static_cast<uint32_t>(value.size()), value.data());
 }
 
 // The server's keycode to keysym table, read once: enough for a test's keys, no extra library.
@@ -170,17 +148,11 @@ int main(int argc, char** argv)
         return 2;
     }
 
-    int screenNumber = 0;
-    xcb_connection_t* c = xcb_connect(nullptr, &screenNumber);
-    if (xcb_connection_has_error(c)) {
-        std::fprintf(stderr, "fake_slideshow: cannot open the display\n");
-        xcb_disconnect(c);
+    const fakeclient::Display display = fakeclient::openDisplay("fake_slideshow");
+    xcb_connection_t* c = display.connection;
+    if (!c)
         return 1;
-    }
-    xcb_screen_iterator_t screens = xcb_setup_roots_iterator(xcb_get_setup(c));
-    for (int i = 0; i < screenNumber && screens.rem; ++i)
-        xcb_screen_next(&screens);
-    const xcb_screen_t* screen = screens.data;
+    const xcb_screen_t* screen = display.screen;
     const KeyMap keys = readKeyMap(c);
 
     int width = options.fullScreen ? screen->width_in_pixels : 640;
@@ -192,15 +164,9 @@ int main(int argc, char** argv)
                       static_cast<uint16_t>(height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual,
                       XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK, values);
 
-    const std::string wmClass = options.wmClass + '\0' + options.wmClass + '\0';
-    setString(c, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, wmClass);
-    setString(c, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, "Slide Show");
-    setString(c, window, atom(c, "_NET_WM_NAME"), atom(c, "UTF8_STRING"), "Slide Show");
-    const uint32_t wmHints[9] = {1, 1, 0, 0, 0, 0, 0, 0, 0};
-    xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_HINTS, XCB_ATOM_WM_HINTS, 32, 9,
-                        wmHints);
-    const xcb_atom_t wmState = atom(c, "_NET_WM_STATE");
-    const xcb_atom_t fullScreen = atom(c, "_NET_WM_STATE_FULLSCREEN");
+    fakeclient::nameWindow(c, window, options.wmClass, options.wmClass, "Slide Show");
+    const xcb_atom_t wmState = fakeclient::atom(c, "_NET_WM_STATE");
+    const xcb_atom_t fullScreen = fakeclient::atom(c, "_NET_WM_STATE_FULLSCREEN");
     if (options.fullScreen)
         xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, wmState, XCB_ATOM_ATOM, 32, 1, &fullScreen);
 
@@ -212,85 +178,57 @@ int main(int argc, char** argv)
     xcb_flush(c);
 
     int slide = 1;
-    bool announced = false;
     auto redraw = [&] {
         xcb_clear_area(c, 0, window, 0, 0, 0, 0);
         drawNumber(c, window, gc, slide, width, height);
         xcb_flush(c);
     };
 
-    pollfd fds[2] = {{xcb_get_file_descriptor(c), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
-    for (;;) {
-        while (xcb_generic_event_t* event = xcb_poll_for_event(c)) {
-            const uint8_t type = event->response_type & 0x7f;
-            if (type == XCB_MAP_NOTIFY && !announced) {
-                std::printf("%u\n", static_cast<unsigned>(window));
-                std::fflush(stdout);
-                announced = true;
-                // Some window managers only honour the request of a mapped window.
-                if (options.fullScreen) {
-                    xcb_client_message_event_t message{};
-                    message.response_type = XCB_CLIENT_MESSAGE;
-                    message.format = 32;
-                    message.window = window;
-                    message.type = wmState;
-                    message.data.data32[0] = 1; // _NET_WM_STATE_ADD
-                    message.data.data32[1] = fullScreen;
-                    message.data.data32[3] = 1; // an application asks
-                    xcb_send_event(c, 0, screen->root,
-                                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                                   reinterpret_cast<const char*>(&message));
-                }
+    return fakeclient::serve(c, window, [&](const xcb_generic_event_t* event, bool firstMap) {
+        const uint8_t type = event->response_type & 0x7f;
+        if (firstMap) {
+            // Some window managers only honour the request of a mapped window.
+            if (options.fullScreen) {
+                xcb_client_message_event_t message{};
+                message.response_type = XCB_CLIENT_MESSAGE;
+                message.format = 32;
+                message.window = window;
+                message.type = wmState;
+                message.data.data32[0] = 1; // _NET_WM_STATE_ADD
+                message.data.data32[1] = fullScreen;
+                message.data.data32[3] = 1; // an application asks
+                xcb_send_event(c, 0, screen->root,
+                               XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                               reinterpret_cast<const char*>(&message));
+            }
+            redraw();
+        } else if (type == XCB_CONFIGURE_NOTIFY) {
+            const auto* configure = reinterpret_cast<const xcb_configure_notify_event_t*>(event);
+            if (configure->window == window && (configure->width != width || configure->height != height)) {
+                width = configure->width;
+                height = configure->height;
                 redraw();
-            } else if (type == XCB_CONFIGURE_NOTIFY) {
-                const auto* configure = reinterpret_cast<xcb_configure_notify_event_t*>(event);
-                if (configure->window == window &&
-                    (configure->width != width || configure->height != height)) {
-                    width = configure->width;
-                    height = configure->height;
-                    redraw();
-                }
-            } else if (type == XCB_EXPOSE) {
-                if (reinterpret_cast<xcb_expose_event_t*>(event)->count == 0)
-                    redraw();
-            } else if (type == XCB_KEY_PRESS) {
-                const auto* press = reinterpret_cast<xcb_key_press_event_t*>(event);
-                const xcb_keysym_t sym = keys.lookup(press->detail, press->state & XCB_MOD_MASK_SHIFT);
-                if (sym == keysymRight || sym == keysymSpace || sym == keysymNext) {
-                    ++slide;
-                    std::printf("slide %d\n", slide);
-                    redraw();
-                } else if ((sym == keysymLeft || sym == keysymPrior) && slide > 1) {
-                    --slide;
-                    std::printf("slide %d\n", slide);
-                    redraw();
-                } else if (sym == keysymLeft || sym == keysymPrior) {
-                    std::printf("slide %d\n", slide);
-                } else {
-                    std::printf("key %s\n", keyName(sym).c_str());
-                }
-                std::fflush(stdout);
             }
-            std::free(event);
-        }
-        if (xcb_connection_has_error(c)) {
-            xcb_disconnect(c);
-            return 1;
-        }
-        const nfds_t watched = announced ? 2 : 1;
-        if (poll(fds, watched, -1) < 0) {
-            if (errno == EINTR)
-                continue;
-            xcb_disconnect(c);
-            return 1;
-        }
-        if (announced && (fds[1].revents & (POLLIN | POLLHUP | POLLERR))) {
-            char buffer[256];
-            const ssize_t n = read(STDIN_FILENO, buffer, sizeof buffer);
-            if (n <= 0) {
-                xcb_disconnect(c);
-                return 0;
+        } else if (type == XCB_EXPOSE) {
+            if (reinterpret_cast<const xcb_expose_event_t*>(event)->count == 0)
+                redraw();
+        } else if (type == XCB_KEY_PRESS) {
+            const auto* press = reinterpret_cast<const xcb_key_press_event_t*>(event);
+            const xcb_keysym_t sym = keys.lookup(press->detail, press->state & XCB_MOD_MASK_SHIFT);
+            if (sym == keysymRight || sym == keysymSpace || sym == keysymNext) {
+                ++slide;
+                std::printf("slide %d\n", slide);
+                redraw();
+            } else if ((sym == keysymLeft || sym == keysymPrior) && slide > 1) {
+                --slide;
+                std::printf("slide %d\n", slide);
+                redraw();
+            } else if (sym == keysymLeft || sym == keysymPrior) {
+                std::printf("slide %d\n", slide);
+            } else {
+                std::printf("key %s\n", keyName(sym).c_str());
             }
+            std::fflush(stdout);
         }
-    }
+    });
 }
