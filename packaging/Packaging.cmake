@@ -28,11 +28,12 @@ if(UNIX AND NOT APPLE)
             RENAME ${BREVLIN_APP_ID}.svg)
 endif()
 
-# The .deb: dpkg-shlibdeps computes the libraries; what is loaded at run time without being linked is
-# named: Qt's xcb platform plug-in, libXcursor (which the plug-in opens for themed resize cursors), a font
-# for the digits. The audio back end (Qt Multimedia's PulseAudio client) is inside libQt6Multimedia, and
-# libsndfile1 itself depends on its MP3 decoder (libmpg123). tests/packaging/test-deb.sh checks that every
-# library the running program maps comes with these.
+# The .deb: dpkg-shlibdeps computes the libraries; what is opened at run time without being linked is
+# named: libXcursor (the xcb plug-in opens it for themed resize cursors) and a font for the digits. On
+# Debian 12 the xcb platform plug-in itself is in libqt6gui6 (qt6-qpa-plugins holds only vnc and tuio),
+# the audio back end (Qt Multimedia's PulseAudio client) is inside libQt6Multimedia, and libsndfile1
+# depends on its MP3 decoder (libmpg123): shlibdeps brings all three. tests/packaging/test-deb.sh checks
+# that every library and font the running program maps comes with these.
 set(CPACK_PACKAGE_NAME brevlin)
 set(CPACK_PACKAGE_VENDOR Brevlin)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
@@ -49,7 +50,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "${BREVLIN_HOMEPAGE_URL}")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins, libxcursor1, fonts-dejavu-core | fonts-liberation2 | fonts-freefont-ttf")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libxcursor1, fonts-dejavu-core | fonts-liberation2 | fonts-freefont-ttf")
 # Without a sound server the panel still runs, silently.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "pulseaudio | pipewire-pulse")
 include(CPack)

@@ -6,8 +6,9 @@
 #     and no path of the build machine is compiled into the executable;
 #   - the panel is drawn on the screen and carries the application icon;
 #   - the five built-in sounds were copied from the package into the new user's sound folder;
-#   - every library the running program mapped belongs to a package the .deb depends on (directly or
-#     through those packages' own dependencies), so `apt install ./brevlin_*.deb` brings all of them.
+#   - every library and font the running program mapped belongs to a package the .deb depends on
+#     (directly or through those packages' own dependencies), so `apt install ./brevlin_*.deb` brings
+#     all of them, plug-ins opened at run time included.
 #
 #   tests/packaging/test-deb.sh [--no-build] [--keep]
 # --no-build takes the .deb already in build/package; --keep leaves the unpacked tree and screenshot.
@@ -29,8 +30,9 @@ step() { echo "test-deb: $*"; }
 
 [ "$build" = 1 ] && make --no-print-directory package
 version=$(sed -n 's/^project(Brevlin VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
-deb=$(ls -t build/package/brevlin_"$version"_*.deb 2>/dev/null | head -n1)
-[ -n "$deb" ] || fail "no build/package/brevlin_${version}_*.deb (make package)"
+debs=(build/package/brevlin_"$version"_*.deb)
+deb=${debs[0]}
+[ -f "$deb" ] || fail "no build/package/brevlin_${version}_*.deb (make package)"
 step "testing $deb"
 
 # shellcheck source=SCRIPTDIR/../../scripts/virtual-display.sh
@@ -63,7 +65,10 @@ done
 tests/packaging/validate-metadata.sh "$unpacked/usr/share/applications/$id.desktop" \
     "$unpacked/usr/share/metainfo/$id.metainfo.xml" "$version" || fail "desktop entry or metainfo"
 [ "$(dpkg-deb -f "$deb" Version)" = "$version" ] || fail "package version $(dpkg-deb -f "$deb" Version), project $version"
-grep -qF "$repo" "$app" && fail "the executable holds a path of the build machine ($repo)"
+# Qt keeps string literals as UTF-16 as well as UTF-8: look for the build tree's path in both.
+if { strings -a "$app"; strings -a -el "$app"; } | grep -F "$repo" >/dev/null; then
+    fail "the executable holds a path of the build machine ($repo)"
+fi
 grep -q '^Exec=brevlin$' "$unpacked/usr/share/applications/$id.desktop" || fail "desktop entry does not run brevlin"
 
 # --- Run it with nothing but the unpacked tree --------------------------------------------------------
@@ -116,11 +121,11 @@ awk "BEGIN{exit !($outside < 0.01)}" || fail "something besides the panel was dr
 icon=$(xprop -id "$window" _NET_WM_ICON)
 grep -q 'Icon (16 x 16)' <<<"$icon" || fail "the panel carries no 16 px icon"
 
-# --- Every library it mapped comes with the package's dependencies -----------------------------------
+# --- Every library and font it mapped comes with the package's dependencies --------------------------
 # The audio back end is loaded after the first frame; give it that moment.
 sleep 1
 kill -0 "$app_pid" 2>/dev/null || { cat "$root/app.log" >&2; fail "brevlin exited while running"; }
-mapfile -t libraries < <(awk '$6 ~ /\.so/ {print $6}' "/proc/$app_pid/maps" | sort -u)
+mapfile -t libraries < <(awk '$6 ~ /\.so/ || $6 ~ /^\/usr\/share\/fonts\// {print $6}' "/proc/$app_pid/maps" | sort -u)
 [ ${#libraries[@]} -gt 10 ] || fail "could not read the libraries of the running program"
 owners=$(dpkg-query -S "${libraries[@]}" 2>/dev/null | cut -d: -f1 || true)
 # Debian 12 merged /lib into /usr/lib; dpkg still knows some libraries by their old path.
@@ -133,16 +138,16 @@ if [ ${#unowned[@]} -gt 0 ]; then
         dpkg-query -S "$lib" >/dev/null 2>&1 || fail "$lib is mapped but no package owns it"
     done
 fi
-depends=$(dpkg-deb -f "$deb" Depends | tr ',|' '\n\n' | sed 's/(.*)//; s/[[:space:]]//g' | sed '/^$/d')
+depends=$(dpkg-deb -f "$deb" Depends | tr ',|' '\n' | sed 's/(.*)//; s/[[:space:]]//g' | sed '/^$/d')
 # shellcheck disable=SC2086
 closure=$(apt-cache depends --recurse --no-recommends --no-suggests --no-conflicts --no-breaks \
     --no-replaces --no-enhances $depends 2>/dev/null | sed -n 's/^[[:space:]]*\(Pre\)\{0,1\}Depends: //p; /^[a-z0-9]/p' |
     tr -d '<>|' | sed 's/:any$//' | sort -u)
 missing=""
-for owner in $(tr ', ' '\n\n' <<<"$owners" | sed 's/:.*//' | sed '/^$/d' | sort -u); do
+for owner in $(tr ', ' '\n' <<<"$owners" | sed 's/:.*//' | sed '/^$/d' | sort -u); do
     grep -qx "$owner" <<<"$closure" || missing+=" $owner"
 done
 [ -z "$missing" ] || fail "the running program needs packages the .deb does not bring:$missing"
-step "the ${#libraries[@]} libraries it mapped come from packages the .deb depends on"
+step "the ${#libraries[@]} libraries and fonts it mapped come from packages the .deb depends on"
 if [ "$keep" = 1 ]; then cp "$shot" "$root/../brevlin-deb-screen.png" && step "screenshot: $root/../brevlin-deb-screen.png"; fi
 step "PASS"

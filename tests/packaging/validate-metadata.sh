@@ -13,8 +13,7 @@ done
 
 status=0
 # desktop-file-validate exits 0 on hints; any line it prints is an error or a warning we want fixed.
-out=$(desktop-file-validate "$desktop" 2>&1)
-if [ $? -ne 0 ] || [ -n "$out" ]; then
+if ! out=$(desktop-file-validate "$desktop" 2>&1) || [ -n "$out" ]; then
     echo "validate-metadata: $desktop:"; echo "$out"; status=1
 fi
 # --no-net: the screenshot and the links are checked for form only. Pedantic notes (an rDNS id with
