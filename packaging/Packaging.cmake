@@ -38,10 +38,12 @@ set(CPACK_PACKAGE_NAME brevlin)
 set(CPACK_PACKAGE_VENDOR Brevlin)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+# Lines under 80 characters, as dpkg shows them.
 set(CPACK_PACKAGE_DESCRIPTION
-    "A small, title-less panel that floats above every window, full-screen slide shows included, \
-counts down the time of a talk and hands the keyboard straight back to the slides. At zero it can \
-play a sound and count on into overtime, with a reminder every few minutes.")
+    "A small, title-less panel that floats above every window, full-screen slide
+shows included, counts down the time of a talk and hands the keyboard straight
+back to the slides. At zero it can play a sound and count on into overtime,
+with a reminder every few minutes.")
 set(CPACK_PACKAGE_CONTACT "Brevlin maintainers <packages@brevlin.app>")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_GENERATOR DEB)
