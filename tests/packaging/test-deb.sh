@@ -6,6 +6,8 @@
 #     and no path of the build machine is compiled into the executable;
 #   - the panel is drawn on the screen and carries the application icon;
 #   - the five built-in sounds were copied from the package into the new user's sound folder;
+#   - a countdown from 0:0:1 is heard at zero: the end sound, an MP3, decoded and played through the
+#     audio back end into a private PulseAudio null sink, whose monitor is recorded;
 #   - every library and font the running program mapped belongs to a package the .deb depends on
 #     (directly or through those packages' own dependencies), so `apt install ./brevlin_*.deb` brings
 #     all of them, plug-ins opened at run time included.
@@ -33,6 +35,13 @@ version=$(sed -n 's/^project(Brevlin VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 debs=(build/package/brevlin_"$version"_*.deb)
 deb=${debs[0]}
 [ -f "$deb" ] || fail "no build/package/brevlin_${version}_*.deb (make package)"
+
+# The rest runs beside a private PulseAudio daemon with a null sink (isolated-run.sh --pulse).
+if [ -z "${BREVLIN_TEST_SINK_MONITOR:-}" ]; then
+    again=(--no-build)
+    [ "$keep" = 1 ] && again+=(--keep)
+    exec tests/support/isolated-run.sh --pulse -- "$0" "${again[@]}"
+fi
 step "testing $deb"
 
 # shellcheck source=SCRIPTDIR/../../scripts/virtual-display.sh
@@ -77,7 +86,7 @@ home="$root/home"
 mkdir -p "$home" "$root/runtime" && chmod 700 "$root/runtime"
 env -i PATH=/usr/bin:/bin HOME="$home" DISPLAY="$DISPLAY" LANG=C.UTF-8 LC_ALL=C.UTF-8 \
     XDG_CONFIG_HOME="$home/.config" XDG_DATA_HOME="$home/.local/share" XDG_CACHE_HOME="$home/.cache" \
-    XDG_RUNTIME_DIR="$root/runtime" "$app" >"$root/app.log" 2>&1 &
+    XDG_RUNTIME_DIR="$root/runtime" PULSE_SERVER="unix:$PULSE_RUNTIME_PATH/native" "$app" >"$root/app.log" 2>&1 &
 app_pid=$!
 
 window=""
@@ -121,9 +130,29 @@ awk "BEGIN{exit !($outside < 0.01)}" || fail "something besides the panel was dr
 icon=$(xprop -id "$window" _NET_WM_ICON)
 grep -q 'Icon (16 x 16)' <<<"$icon" || fail "the panel carries no 16 px icon"
 
+# --- A countdown heard ------------------------------------------------------------------------------
+# Click the time, type 0:0:1, Return: one tick to zero, and the next plays the end sound.
+parec -d "$BREVLIN_TEST_SINK_MONITOR" --raw --format=s16le --rate=44100 --channels=1 >"$root/heard.raw" 2>/dev/null &
+recorder=$!
+pids+=("$recorder")
+xdotool mousemove --window "$window" $((WIDTH / 3)) $((HEIGHT / 2)) click 1
+sleep 0.3
+xdotool key ctrl+a type 0:0:1
+xdotool key Return
+sleep 4.5
+kill "$recorder"
+levels=$(sox -t raw -r 44100 -e signed -b 16 -c 1 "$root/heard.raw" -n stat 2>&1)
+length=$(awk '/^Length/ {print $3}' <<<"$levels")
+peak=$(awk '/^Maximum amplitude/ {print $3}' <<<"$levels")
+rms=$(awk '/^RMS     amplitude/ {print $3}' <<<"$levels")
+step "heard ${length}s of the sink: peak $peak, RMS $rms"
+awk "BEGIN{exit !($length > 3)}" || fail "recorded only ${length}s of the sink"
+awk "BEGIN{exit !($peak > 0.1)}" || fail "the end of the countdown was not heard"
+# Before the zero tick (the first second after Return) the sink stays silent.
+early=$(sox -t raw -r 44100 -e signed -b 16 -c 1 "$root/heard.raw" -n trim 0 1 stat 2>&1 | awk '/^Maximum amplitude/ {print $3}')
+awk "BEGIN{exit !($early < 0.01)}" || fail "sound before the countdown reached zero (peak $early)"
+
 # --- Every library and font it mapped comes with the package's dependencies --------------------------
-# The audio back end is loaded after the first frame; give it that moment.
-sleep 1
 kill -0 "$app_pid" 2>/dev/null || { cat "$root/app.log" >&2; fail "brevlin exited while running"; }
 mapfile -t libraries < <(awk '$6 ~ /\.so/ || $6 ~ /^\/usr\/share\/fonts\// {print $6}' "/proc/$app_pid/maps" | sort -u)
 [ ${#libraries[@]} -gt 10 ] || fail "could not read the libraries of the running program"
