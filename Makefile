@@ -8,7 +8,7 @@ PRESET := sanitize
 endif
 BUILD_DIR := build/$(PRESET)
 
-.PHONY: all deps configure build run test bench stage format tidy clean
+.PHONY: all deps configure build run test bench stage format tidy clean package package-test
 
 all: build
 
@@ -35,6 +35,18 @@ bench:
 # The timer over real slide shows on several window managers (docs/stage.md); installs office software.
 stage:
 	@scripts/stage.sh $(STAGE_APP)
+
+# The .deb (docs/development.md): a release build of its own, without tests or build-tree paths.
+PACKAGE_DIR := build/package
+package: deps
+	@cmake -S . -B $(PACKAGE_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DBREVLIN_BUILD_TESTS=OFF \
+		-DBREVLIN_BUILD_TREE_SOUNDS=OFF >/dev/null
+	@cmake --build $(PACKAGE_DIR)
+	@cd $(PACKAGE_DIR) && cpack -G DEB >/dev/null && echo "Package: $$(ls $(CURDIR)/$(PACKAGE_DIR)/brevlin_*.deb)"
+
+# Builds the .deb, unpacks it and runs what it installs under its own X server.
+package-test:
+	@tests/packaging/test-deb.sh
 
 format:
 	@git ls-files '*.cpp' '*.h' '*.mm' | xargs clang-format -i

@@ -12,6 +12,8 @@ packages=(
     qt6-multimedia-dev libsndfile1-dev
     # run: the X11 and offscreen platform plugins, a font
     qt6-qpa-plugins fonts-dejavu-core
+    # package: CPack's dependency computation (dpkg-shlibdeps, file) and the desktop entry and metainfo validators
+    dpkg-dev file desktop-file-utils appstream
     # test: a virtual display with a real window manager (openbox; metacity as the second one),
     # input and window inspection, screenshots,
     # a sound server with a null sink, sound analysis, and the Windows cross compiler for the Win32 code

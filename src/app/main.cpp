@@ -3,6 +3,7 @@
 #include "TitlelessPanel.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <QScreen>
 
 int main(int argc, char* argv[])
@@ -10,6 +11,11 @@ int main(int argc, char* argv[])
     platform::chooseWindowSystem();
     QApplication app(argc, argv);
     QApplication::setApplicationDisplayName(QStringLiteral("Brevlin"));
+    // Set once for the application, so every window (panel, preferences, about, alerts) shows it.
+    QIcon icon;
+    for (const int size : {16, 22, 24, 32, 48, 64, 128, 256})
+        icon.addFile(QStringLiteral(":/icons/brevlin-%1.png").arg(size), QSize(size, size));
+    QApplication::setWindowIcon(icon);
     // The panel is a tool window; quitting is the context menu's job (or a close of the panel).
     QApplication::setQuitOnLastWindowClosed(false);
 

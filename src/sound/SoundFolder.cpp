@@ -41,12 +41,18 @@ QString resourceFolder()
         return *resourceFolderOverride();
     QStringList candidates;
     if (QCoreApplication::instance()) {
+        // Relative to the executable, so that an unpacked or relocated installation finds its own:
+        // Contents/MacOS/../Resources in a bundle, then beside the executable, then <prefix>/share.
         const QString executableFolder = QCoreApplication::applicationDirPath();
         candidates << executableFolder + QStringLiteral("/../Resources/sounds")
                    << executableFolder + QStringLiteral("/sounds")
                    << executableFolder + QStringLiteral("/../share/brevlin/sounds");
     }
+#ifdef BREVLIN_BUILD_SOUNDS_DIR
     candidates << QStringLiteral(BREVLIN_BUILD_SOUNDS_DIR);
+#endif
+    if (candidates.isEmpty())
+        return {};
     for (const QString& candidate : candidates) {
         if (QFileInfo(candidate).isDir())
             return QDir::cleanPath(candidate);

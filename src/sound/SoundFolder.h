@@ -17,7 +17,8 @@ QString locationOfSound(const QString& name);
 
 /// The folder holding the built-in sounds shipped with the application: the first that exists of the
 /// bundle's Resources/sounds (macOS), sounds beside the executable, share/brevlin/sounds beside the
-/// executable's folder (an installed tree and the build tree), and the build tree's copy.
+/// executable's folder (an installed tree and the build tree), and the build tree's copy (not compiled
+/// into a package build). The last candidate when none exists; a null string when there is none.
 QString resourceFolder();
 
 /// Replaces the resource folder for tests; std::nullopt restores the real search.
