@@ -1,14 +1,17 @@
-// The about window on a real X server with openbox, opened over a focused full-screen slide show made by
-// another program: it must be seen (read from the root window's pixels, whoever drew them), on every
-// desktop, and leave every key to the slides.
+// The about window on a real X server with a window manager, opened over a focused full-screen slide show
+// made by another program: it must be seen (read from the root window's pixels, whoever drew them), on
+// every desktop, and leave every key to the slides. The last two cases drive the real application's menu
+// with the pointer and the keys, as a presenter would.
 #include "AboutWindowController.h"
 
 #include "DesktopDriver.h"
 #include "TestMain.h"
 
+#include <QFile>
 #include <QFrame>
 #include <QProcess>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTest>
 
 using namespace desktop;
@@ -38,6 +41,20 @@ class TestAboutX11 : public QObject
 private:
     QProcess m_show;
     quint64 m_slides = 0;
+    QProcess m_app;
+
+    // Opens the panel's menu with a right click on its background and picks the entry that many rows
+    // down with the keys (Preferences…, User Guide, Contact Support, About Brevlin, Quit Brevlin).
+    void chooseFromMenu(quint64 panel, int down)
+    {
+        const QRect g = geometryOf(panel);
+        xdotool({QStringLiteral("mousemove"), QString::number(g.x() + 6), QString::number(g.y() + 6),
+                 QStringLiteral("click"), QStringLiteral("3")});
+        QTest::qWait(500);
+        for (int i = 0; i < down; ++i)
+            xdotool({QStringLiteral("key"), QStringLiteral("Down")});
+        xdotool({QStringLiteral("key"), QStringLiteral("Return")});
+    }
 
 private slots:
     void init()
@@ -58,6 +75,8 @@ private slots:
             m_show.kill();
         m_show.waitForFinished();
         xdotool({QStringLiteral("set_desktop"), QStringLiteral("0")});
+        m_app.kill();
+        m_app.waitForFinished();
     }
 
     void itOpensInSightOverTheShowAndLeavesItTheKeyboard()
@@ -118,6 +137,67 @@ private slots:
         QTRY_COMPARE(xdotool({QStringLiteral("get_desktop")}).toInt(), 1);
         // The show stayed behind on its own desktop; the about window came along.
         QTRY_VERIFY(showsTheWindow(window));
+    }
+
+    void theAppsMenuOpensTheAboutWindowOverTheShow()
+    {
+        const quint64 panel = startPanel(m_app, QStringLiteral(BREVLIN_APP));
+        QVERIFY(panel != 0);
+        QVERIFY(keyboardStaysWith(m_slides, 500));
+        chooseFromMenu(panel, 4);
+        const QString found =
+            xdotool({QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--onlyvisible"),
+                     QStringLiteral("--name"), QStringLiteral("^About Brevlin$")});
+        const quint64 about = found.section(QLatin1Char('\n'), 0, 0).toULongLong();
+        QVERIFY(about != 0);
+        const QRect g = geometryOf(about);
+        const QSize screen = QGuiApplication::primaryScreen()->size();
+        // In the middle of the screen, in sight: a light window, none of the show's blue.
+        QVERIFY2(
+            qAbs(g.center().x() - screen.width() / 2) <= 1 && qAbs(g.center().y() - screen.height() / 2) <= 1,
+            qPrintable(QStringLiteral("%1,%2 %3x%4").arg(g.x()).arg(g.y()).arg(g.width()).arg(g.height())));
+        QTRY_VERIFY(countPixels(screenPixels(g), [](QColor c) { return c.lightness() > 200; }) >
+                    g.width() * g.height() * 8 / 10);
+        QCOMPARE(countPixels(screenPixels(g), [](QColor c) { return c.blue() > 100 && c.red() < 40; }), 0);
+        QVERIFY(keyboardStaysWith(m_slides, 1000));
+        xdotool({QStringLiteral("key"), QStringLiteral("Right")});
+        QTRY_VERIFY(m_show.canReadLine() || m_show.waitForReadyRead(100));
+        QCOMPARE(m_show.readLine().trimmed(), QByteArray("slide 2"));
+    }
+
+    void theAppsHelpEntriesGiveTheBrowserTheirExactAddresses()
+    {
+        // The browser is whatever xdg-open starts; here it only writes down what it was given.
+        QTemporaryDir bin;
+        QVERIFY(bin.isValid());
+        const QString log = bin.filePath(QStringLiteral("opened.txt"));
+        QFile opener(bin.filePath(QStringLiteral("xdg-open")));
+        QVERIFY(opener.open(QIODevice::WriteOnly));
+        opener.write(QStringLiteral("#!/bin/sh\nprintf '%s\\n' \"$*\" >> '%1'\n").arg(log).toUtf8());
+        opener.close();
+        opener.setPermissions(opener.permissions() | QFileDevice::ExeOwner);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("PATH"),
+                           bin.path() + QLatin1Char(':') + environment.value(QStringLiteral("PATH")));
+        environment.remove(QStringLiteral("BROWSER"));
+        environment.remove(QStringLiteral("DEFAULT_BROWSER"));
+        m_app.setProcessEnvironment(environment);
+        const quint64 panel = startPanel(m_app, QStringLiteral(BREVLIN_APP));
+        QVERIFY(panel != 0);
+
+        const auto opened = [&log] {
+            QFile file(log);
+            return file.open(QIODevice::ReadOnly)
+                       ? QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts)
+                       : QStringList();
+        };
+        chooseFromMenu(panel, 2);
+        QTRY_COMPARE(opened(), QStringList({QStringLiteral(BREVLIN_USER_GUIDE_URL)}));
+        chooseFromMenu(panel, 3);
+        QTRY_COMPARE(opened(), QStringList({QStringLiteral(BREVLIN_USER_GUIDE_URL),
+                                            QStringLiteral(BREVLIN_CONTACT_URL)}));
+        // Opening a page leaves the keyboard with the slides.
+        QCOMPARE(keyboardWindow(), m_slides);
     }
 };
 
