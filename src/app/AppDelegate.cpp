@@ -1,8 +1,10 @@
 #include "AppDelegate.h"
 
+#include "AboutWindowController.h"
 #include "Brevlin.h"
 #include "ColorArchive.h"
 #include "DefaultsRegistration.h"
+#include "ExternalLinks.h"
 #include "FirstFrame.h"
 #include "FocusReturn.h"
 #include "NotificationCenter.h"
@@ -32,6 +34,8 @@
 #include <QMouseEvent>
 #include <QPushButton>
 
+#include <utility>
+
 AppDelegate::AppDelegate(QObject* parent)
     : QObject(parent)
     , m_ui(std::make_unique<Ui::MainInterface>())
@@ -44,6 +48,9 @@ AppDelegate::AppDelegate(QObject* parent)
     connect(m_ui->playButton, &QPushButton::clicked, this, &AppDelegate::startTimer);
     connect(m_ui->pauseResetButton, &QPushButton::clicked, this, &AppDelegate::onPauseResetClick);
     connect(m_ui->actionQuit, &QAction::triggered, this, &AppDelegate::quit);
+    connect(m_ui->actionAbout, &QAction::triggered, this, &AppDelegate::aboutClicked);
+    connect(m_ui->actionContactSupport, &QAction::triggered, this, &AppDelegate::contactSupportClicked);
+    connect(m_ui->actionUserGuide, &QAction::triggered, this, &AppDelegate::userGuideClicked);
     m_ui->input->installEventFilter(this);
 
     m_countdownTimer.setInterval(1000);
@@ -332,6 +339,25 @@ void AppDelegate::quit()
     QCoreApplication::quit();
 }
 
+void AppDelegate::aboutClicked()
+{
+    // Never reused: each opening is placed and lifted afresh. The previous one is let go, but a window
+    // the presenter has not closed yet stays on screen until it is closed.
+    AboutWindowController::letGo(
+        std::exchange(m_aboutWindowController, std::make_unique<AboutWindowController>()), this);
+    m_aboutWindowController->showWindow();
+}
+
+void AppDelegate::contactSupportClicked()
+{
+    ExternalLinks::open(ExternalLinks::contactPage());
+}
+
+void AppDelegate::userGuideClicked()
+{
+    ExternalLinks::open(ExternalLinks::userGuide());
+}
+
 bool AppDelegate::eventFilter(QObject* watched, QEvent* event)
 {
     if (watched == input() && event->type() == QEvent::MouseButtonPress &&
@@ -394,8 +420,14 @@ void AppDelegate::completeContextMenu()
         m_preferencesAction->setShortcut(QKeySequence::Preferences);
         connect(m_preferencesAction, &QAction::triggered, this, &AppDelegate::preferenceClick);
     }
+    // What a presenter changes most comes first, help and the version together, and quitting last, apart,
+    // where it is not chosen by a slip.
     m_rightClickMenu->clear();
     m_rightClickMenu->addAction(m_preferencesAction);
+    m_rightClickMenu->addSeparator();
+    m_rightClickMenu->addAction(m_ui->actionUserGuide);
+    m_rightClickMenu->addAction(m_ui->actionContactSupport);
+    m_rightClickMenu->addAction(m_ui->actionAbout);
     m_rightClickMenu->addSeparator();
     m_rightClickMenu->addAction(m_ui->actionQuit);
     m_panel->addAction(m_preferencesAction);

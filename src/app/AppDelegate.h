@@ -8,6 +8,7 @@
 
 #include <memory>
 
+class AboutWindowController;
 class Brevlin;
 class Playable;
 class PreferenceWindowController;
@@ -73,6 +74,8 @@ public:
 
     /// The newest preferences window's controller; null until the window is first opened.
     PreferenceWindowController* prefsWindowController() const { return m_prefsWindowController.get(); }
+    /// The newest about window's controller; null until the window is first opened.
+    AboutWindowController* aboutWindowController() const { return m_aboutWindowController.get(); }
 
 public slots:
     void startTimer();
@@ -92,6 +95,11 @@ public slots:
     void handleRemindEveryIntervalChange();
     void handlePlayReminderSoundChange();
     void quit();
+    /// Opens a new about window. A window of an earlier opening that is still open stays open.
+    void aboutClicked();
+    /// Open the contact page and the online user guide in the browser, through ExternalLinks::open.
+    void contactSupportClicked();
+    void userGuideClicked();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -115,6 +123,7 @@ private:
 
     QAction* m_preferencesAction = nullptr;
     std::unique_ptr<PreferenceWindowController> m_prefsWindowController;
+    std::unique_ptr<AboutWindowController> m_aboutWindowController;
 
     // Ends the delegate's change subscriptions when the delegate goes: the notification centre outlives
     // it. While it lives they are never removed.

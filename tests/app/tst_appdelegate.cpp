@@ -1,7 +1,10 @@
-// The delegate and its panel on the offscreen platform: launch, typing, buttons, focus hand-back, layout.
+// The delegate and its panel on the offscreen platform: launch, typing, buttons, focus hand-back, layout,
+// the context menu.
+#include "AboutWindowController.h"
 #include "AppDelegate.h"
 #include "Brevlin.h"
 #include "ColorArchive.h"
+#include "ExternalLinks.h"
 #include "FocusReturn.h"
 #include "Playable.h"
 #include "PreferenceController.h"
@@ -11,9 +14,14 @@
 #include "TitlelessPanel.h"
 #include "UserDefaults.h"
 
+#include <QContextMenuEvent>
 #include <QElapsedTimer>
+#include <QFrame>
 #include <QLineEdit>
+#include <QMenu>
+#include <QPointer>
 #include <QPushButton>
+#include <QScreen>
 #include <QTest>
 
 namespace {
@@ -61,6 +69,34 @@ private:
     {
         const QRect field = d.input()->geometry();
         return d.playButton()->x() - (field.x() + field.width());
+    }
+
+    // Opens the panel's menu as a right click on its background does and clicks the entry of that text.
+    // False when the menu did not open or has no such entry.
+    bool chooseFromContextMenu(const QString& text)
+    {
+        TitlelessPanel* panel = m_delegate->panel();
+        const QPoint at(15, 15);
+        QContextMenuEvent rightClick(QContextMenuEvent::Mouse, at, panel->mapToGlobal(at));
+        QCoreApplication::sendEvent(panel, &rightClick);
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        if (!menu || menu != m_delegate->rightClickMenu() || !QTest::qWaitForWindowExposed(menu))
+            return false;
+        for (QAction* action : menu->actions()) {
+            if (action->text() == text && action->isEnabled()) {
+                QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
+                return !menu->isVisible();
+            }
+        }
+        menu->close();
+        return false;
+    }
+
+    static QPoint centredTopLeft(const QWidget& window)
+    {
+        const QRect screen = QGuiApplication::primaryScreen()->geometry();
+        return AboutWindowController::topLeftFromOrigin(
+            AboutWindowController::centredOrigin(screen.size(), window.size()), window.size(), screen);
     }
 
     void typeAndReturn(const QString& text)
@@ -597,6 +633,94 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(d.input()->text(), QStringLiteral("-00:00:01"), 10000);
         const qint64 elapsed = clock.elapsed();
         QVERIFY2(elapsed > 3500 && elapsed < 7000, qPrintable(QString::number(elapsed)));
+    }
+
+    void theContextMenuOffersEveryEntryInAPresentersOrder()
+    {
+        AppDelegate& d = launch();
+        QContextMenuEvent rightClick(QContextMenuEvent::Mouse, {15, 15},
+                                     d.panel()->mapToGlobal(QPoint(15, 15)));
+        QCoreApplication::sendEvent(d.panel(), &rightClick);
+        QCOMPARE(QApplication::activePopupWidget(), d.rightClickMenu());
+        QStringList entries;
+        for (const QAction* action : d.rightClickMenu()->actions())
+            entries << (action->isSeparator() ? QStringLiteral("-") : action->text());
+        QCOMPARE(entries, QStringList({QStringLiteral("Preferences…"), QStringLiteral("-"),
+                                       QStringLiteral("User Guide"), QStringLiteral("Contact Support"),
+                                       QStringLiteral("About Brevlin"), QStringLiteral("-"),
+                                       QStringLiteral("Quit Brevlin")}));
+        d.rightClickMenu()->close();
+        // The right click itself sends the keyboard nowhere.
+        QCOMPARE(m_activations, 0);
+    }
+
+    void theHelpEntriesOpenTheirExactAddresses()
+    {
+        QList<QUrl> opened;
+        const ExternalLinks::Opener previous =
+            ExternalLinks::setOpener([&opened](const QUrl& url) { opened << url; });
+        launch();
+        QVERIFY(chooseFromContextMenu(QStringLiteral("Contact Support")));
+        QCOMPARE(opened, QList<QUrl>({ExternalLinks::contactPage()}));
+        QVERIFY(chooseFromContextMenu(QStringLiteral("User Guide")));
+        QCOMPARE(opened, QList<QUrl>({ExternalLinks::contactPage(), ExternalLinks::userGuide()}));
+        ExternalLinks::setOpener(previous);
+
+        // Secure pages of one site: the contact page at "/contact/", the guide a page under
+        // "/knowledgebase/".
+        const QUrl contact = opened.at(0);
+        const QUrl guide = opened.at(1);
+        QCOMPARE(contact.scheme(), QStringLiteral("https"));
+        QCOMPARE(contact.path(), QStringLiteral("/contact/"));
+        QCOMPARE(guide.scheme(), QStringLiteral("https"));
+        QVERIFY(!contact.host().isEmpty());
+        QCOMPARE(guide.host(), contact.host());
+        QVERIFY(guide.path().startsWith(QStringLiteral("/knowledgebase/")));
+        QVERIFY(guide.path().size() > QStringLiteral("/knowledgebase/").size());
+        // Neither opened anything else, nor moved the keyboard.
+        QCOMPARE(opened.size(), 2);
+        QCOMPARE(m_activations, 0);
+    }
+
+    void everyAboutEntryOpensAFreshCentredWindow()
+    {
+        AppDelegate& d = launch();
+        QVERIFY(!d.aboutWindowController());
+        QVERIFY(chooseFromContextMenu(QStringLiteral("About Brevlin")));
+        const QPointer<AboutWindowController> first = d.aboutWindowController();
+        QVERIFY(first);
+        QFrame* firstWindow = first->aboutWindow();
+        QVERIFY(QTest::qWaitForWindowExposed(firstWindow));
+        QCOMPARE(firstWindow->pos(), centredTopLeft(*firstWindow));
+        firstWindow->move(firstWindow->pos() + QPoint(40, 30));
+        const QPoint moved = firstWindow->pos();
+
+        QVERIFY(chooseFromContextMenu(QStringLiteral("About Brevlin")));
+        const QPointer<AboutWindowController> second = d.aboutWindowController();
+        QVERIFY(second && second != first);
+        QFrame* secondWindow = second->aboutWindow();
+        QVERIFY(QTest::qWaitForWindowExposed(secondWindow));
+        QVERIFY(secondWindow != firstWindow);
+        QCOMPARE(secondWindow->pos(), centredTopLeft(*secondWindow));
+        // Two windows: the first one stays where the presenter left it until it is closed.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(first);
+        QVERIFY(firstWindow->isVisible());
+        QCOMPARE(firstWindow->pos(), moved);
+
+        QTest::mouseClick(first->closeButton(), Qt::LeftButton);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(!first);
+        QVERIFY(second);
+        QVERIFY(secondWindow->isVisible());
+        // The newest one is kept after it is closed, until the next opening.
+        QTest::mouseClick(second->closeButton(), Qt::LeftButton);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(second);
+        QVERIFY(!secondWindow->isVisible());
+        QVERIFY(chooseFromContextMenu(QStringLiteral("About Brevlin")));
+        QVERIFY(!second);
+        QCOMPARE(m_activations, 0);
     }
 
     void quitEndsTheEventLoop()
