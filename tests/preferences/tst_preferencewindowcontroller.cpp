@@ -463,10 +463,12 @@ private slots:
         } while (w != first);
         QCOMPARE(order,
                  QStringList({"textColorWell", "bgColorWell", "dropShadowCheckbox", "resetButton",
-                              "playSoundCheckbox", "soundFilesDropdownList", "continueCountdownCheckbox",
-                              "playReminderSoundCheckbox", "reminderSoundFilesDropdownList", "tfRemindEveryH",
-                              "stepperRemindEveryH", "stepperRemindEveryH", "tfRemindEveryM",
-                              "tfRemindEveryS", "returnFocusCheckbox"}));
+                              "playSoundCheckbox", "soundFilesDropdownList", "previewSoundButton",
+                              "removeSoundButton", "continueCountdownCheckbox", "playReminderSoundCheckbox",
+                              "reminderSoundFilesDropdownList", "previewReminderSoundButton",
+                              "removeReminderSoundButton", "tfRemindEveryH", "stepperRemindEveryH",
+                              "stepperRemindEveryH", "tfRemindEveryM", "tfRemindEveryS", "addSoundButton",
+                              "moreSoundsButton", "returnFocusCheckbox"}));
     }
 
     void escapeClosesTheWindowAndLosesNothing()
