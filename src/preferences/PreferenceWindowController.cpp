@@ -16,6 +16,7 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDir>
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -25,6 +26,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSignalBlocker>
+#include <QStandardPaths>
 #include <QToolButton>
 
 #include <optional>
@@ -430,6 +432,9 @@ void PreferenceWindowController::addSoundClicked()
     panel->setAcceptMode(QFileDialog::AcceptOpen);
     panel->setFileMode(QFileDialog::ExistingFile);
     panel->setNameFilters(SoundFileTypes::fileDialogNameFilters());
+    // Where people keep sounds; the working directory of a program started from a menu means nothing.
+    const QString music = QStandardPaths::writableLocation(QStandardPaths::MusicLocation);
+    panel->setDirectory(QFileInfo(music).isDir() ? music : QDir::homePath());
     connect(panel, &QFileDialog::finished, this, [this, panel](int result) { openPanelDidEnd(panel, result); });
     panel->show();
 }
