@@ -165,10 +165,7 @@ void Sound::play()
                 m_finishing = true;
                 const qint64 total = format.durationForBytes(qint32(qMin<qsizetype>(m_pcm.size(), INT_MAX)));
                 const qint64 buffered = format.durationForBytes(qint32(sink->bufferSize()));
-                // The sink may have handed everything to a sound server that buffers more than the sink's
-                // own buffer: the sound is not over before its whole length has passed since the start.
-                const qint64 left = qMax(qBound<qint64>(0, total - sink->processedUSecs(), buffered),
-                                         total - sink->elapsedUSecs());
+                const qint64 left = qBound<qint64>(0, total - sink->processedUSecs(), buffered);
                 QTimer::singleShot(int(left / 1000) + 60, sink, finishPlayback);
             }
         });
