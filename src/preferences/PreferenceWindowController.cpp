@@ -69,7 +69,8 @@ std::optional<QString> entryAt(const QStringList& names, int index)
 void preview(const QComboBox* popUp)
 {
     // The stored list, not the window's: what the store holds is what the panel would play.
-    if (const std::optional<QString> name = entryAt(PreferenceController::preferenceSoundFiles(), popUp->currentIndex()))
+    if (const std::optional<QString> name =
+            entryAt(PreferenceController::preferenceSoundFiles(), popUp->currentIndex()))
         Sound::playFile(SoundFolder::locationOfSound(*name));
 }
 
@@ -234,11 +235,13 @@ void PreferenceWindowController::connectControls()
 
     connect(ui.resetButton, &QPushButton::clicked, this, &PreferenceWindowController::resetClick);
 
-    connect(ui.previewSoundButton, &QPushButton::clicked, this, &PreferenceWindowController::previewSoundClicked);
+    connect(ui.previewSoundButton, &QPushButton::clicked, this,
+            &PreferenceWindowController::previewSoundClicked);
     connect(ui.previewReminderSoundButton, &QPushButton::clicked, this,
             &PreferenceWindowController::previewReminderSoundClicked);
     connect(ui.addSoundButton, &QPushButton::clicked, this, &PreferenceWindowController::addSoundClicked);
-    connect(ui.removeSoundButton, &QPushButton::clicked, this, &PreferenceWindowController::removeSoundClicked);
+    connect(ui.removeSoundButton, &QPushButton::clicked, this,
+            &PreferenceWindowController::removeSoundClicked);
     connect(ui.removeReminderSoundButton, &QPushButton::clicked, this,
             &PreferenceWindowController::removeReminderSoundClicked);
     connect(ui.moreSoundsButton, &QPushButton::clicked, this,
@@ -435,7 +438,8 @@ void PreferenceWindowController::addSoundClicked()
     // Where people keep sounds; the working directory of a program started from a menu means nothing.
     const QString music = QStandardPaths::writableLocation(QStandardPaths::MusicLocation);
     panel->setDirectory(QFileInfo(music).isDir() ? music : QDir::homePath());
-    connect(panel, &QFileDialog::finished, this, [this, panel](int result) { openPanelDidEnd(panel, result); });
+    connect(panel, &QFileDialog::finished, this,
+            [this, panel](int result) { openPanelDidEnd(panel, result); });
     panel->show();
 }
 
@@ -446,7 +450,7 @@ void PreferenceWindowController::openPanelDidEnd(QFileDialog* panel, int result)
     const QStringList chosen = panel->selectedFiles();
     if (chosen.isEmpty())
         return;
-    const QString source = chosen.first();
+    const QString& source = chosen.first();
     const QString name = QFileInfo(source).fileName();
     // The list is not consulted: only the folder decides. QFile::copy never overwrites, so a file of that
     // name already there, a built-in sound included, fails the copy.
@@ -501,8 +505,8 @@ void PreferenceWindowController::askToRemoveSound(const QComboBox* popUp, AlertC
     alert->setEscapeButton(no);
     // Closing the sheet any other way than with "Yes" answers no.
     connect(alert, &QMessageBox::finished, this, [this, alert, yes, didEnd] {
-        (this->*didEnd)(alert, alert->clickedButton() == yes ? alertFirstButtonReturn : alertSecondButtonReturn,
-                        nullptr);
+        (this->*didEnd)(
+            alert, alert->clickedButton() == yes ? alertFirstButtonReturn : alertSecondButtonReturn, nullptr);
     });
     alert->open();
 }

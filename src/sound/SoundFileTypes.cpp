@@ -21,7 +21,8 @@ QStringList fileDialogNameFilters()
     const QStringList lower = patterns;
     for (const QString& pattern : lower)
         patterns << pattern.toUpper();
-    return {QCoreApplication::translate("SoundFileTypes", "Sounds (%1)").arg(patterns.join(QLatin1Char(' ')))};
+    return {
+        QCoreApplication::translate("SoundFileTypes", "Sounds (%1)").arg(patterns.join(QLatin1Char(' ')))};
 }
 
 } // namespace SoundFileTypes

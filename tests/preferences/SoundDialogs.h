@@ -110,8 +110,13 @@ struct SeenAlert
 
 inline SeenAlert describe(QMessageBox* box)
 {
-    SeenAlert seen{box->text(), box->informativeText(), {}, box->windowModality(),
-                   box->windowFlags().testFlag(Qt::WindowStaysOnTopHint), box->parentWidget(), box->icon()};
+    SeenAlert seen{box->text(),
+                   box->informativeText(),
+                   {},
+                   box->windowModality(),
+                   box->windowFlags().testFlag(Qt::WindowStaysOnTopHint),
+                   box->parentWidget(),
+                   box->icon()};
     for (QAbstractButton* button : box->buttons())
         seen.buttons << button->text().remove(QLatin1Char('&'));
     return seen;

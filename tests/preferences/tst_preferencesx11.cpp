@@ -98,7 +98,8 @@ private slots:
     {
         // A sound of that name is in the folder already, so adding another one fails.
         const QString folder = DirectoryLocations::applicationSupportDirectory();
-        QVERIFY(PreferencesTest::writeFile(QDir(folder).filePath(QStringLiteral("Tone.wav")), sineWav(440, 0.2)));
+        QVERIFY(
+            PreferencesTest::writeFile(QDir(folder).filePath(QStringLiteral("Tone.wav")), sineWav(440, 0.2)));
         QTemporaryDir elsewhere;
         const QString source = elsewhere.filePath(QStringLiteral("Tone.wav"));
         QVERIFY(PreferencesTest::writeFile(source, sineWav(660, 0.2)));

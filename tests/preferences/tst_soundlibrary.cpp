@@ -194,8 +194,9 @@ private slots:
     {
         launch();
         PreferenceWindowController& c = openPreferences();
-        for (QPushButton* button : {c.previewSoundButton(), c.removeSoundButton(), c.previewReminderSoundButton(),
-                                    c.removeReminderSoundButton(), c.addSoundButton(), c.moreSoundsButton()}) {
+        for (QPushButton* button :
+             {c.previewSoundButton(), c.removeSoundButton(), c.previewReminderSoundButton(),
+              c.removeReminderSoundButton(), c.addSoundButton(), c.moreSoundsButton()}) {
             QVERIFY(button);
             QVERIFY2(button->isVisible() && button->isEnabled(), qPrintable(button->objectName()));
         }
@@ -239,14 +240,16 @@ private slots:
     {
         AppDelegate& d = launch();
         PreferenceWindowController& c = openPreferences();
-        StoredIndexRecorder selections(NotificationNames::SoundSelectionChanged, PreferenceKeys::SelectedSoundIndex);
+        StoredIndexRecorder selections(NotificationNames::SoundSelectionChanged,
+                                       PreferenceKeys::SelectedSoundIndex);
         StoredIndexRecorder reminders(NotificationNames::ReminderSoundSelectionChanged,
                                       PreferenceKeys::SelectedReminderSoundIndex);
         const QString source = makeTone(QStringLiteral("Test Tone.wav"));
 
         QVERIFY(addThroughTheDialog(c, source).empty());
 
-        const QStringList expected = testsupport::builtInSounds() + QStringList{QStringLiteral("Test Tone.wav")};
+        const QStringList expected =
+            testsupport::builtInSounds() + QStringList{QStringLiteral("Test Tone.wav")};
         // The file, under its own name, with the same bytes.
         QCOMPARE(contents(QDir(soundFolder()).filePath(QStringLiteral("Test Tone.wav"))), contents(source));
         QCOMPARE(c.timerData()->soundFiles(), expected);
@@ -317,7 +320,8 @@ private slots:
         QVERIFY(QFile::remove(QDir(soundFolder()).filePath(QStringLiteral("Test Tone.wav"))));
         QVERIFY(addThroughTheDialog(c, source).empty());
         const QStringList expected =
-            testsupport::builtInSounds() + QStringList{QStringLiteral("Test Tone.wav"), QStringLiteral("Test Tone.wav")};
+            testsupport::builtInSounds() +
+            QStringList{QStringLiteral("Test Tone.wav"), QStringLiteral("Test Tone.wav")};
         QCOMPARE(c.timerData()->soundFiles(), expected);
         QCOMPARE(items(c.soundFilesDropdownList()), expected);
         QCOMPARE(PreferenceController::preferenceSoundFiles(), expected);
@@ -333,7 +337,8 @@ private slots:
         QVERIFY(inFolder(QStringLiteral("Intro: Bell.wav")));
         QCOMPARE(c.timerData()->soundFiles().last(), QStringLiteral("Intro: Bell.wav"));
         QCOMPARE(c.soundFilesDropdownList()->itemText(5), QStringLiteral("Intro: Bell.wav"));
-        const QStringList split = testsupport::builtInSounds() + QStringList{QStringLiteral("Intro"), QStringLiteral(" Bell.wav")};
+        const QStringList split =
+            testsupport::builtInSounds() + QStringList{QStringLiteral("Intro"), QStringLiteral(" Bell.wav")};
         QCOMPARE(PreferenceController::preferenceSoundFiles(), split);
         // The next window reads the stored list.
         PreferenceWindowController& reopened = openPreferences();
@@ -347,16 +352,19 @@ private slots:
         choose(c.soundFilesDropdownList(), 2);
         QCOMPARE(c.soundFilesDropdownList()->currentText(), QStringLiteral("School Bell.mp3"));
         QCOMPARE(PreferenceController::preferenceSelectedSoundIndex(), 2);
-        StoredIndexRecorder selections(NotificationNames::SoundSelectionChanged, PreferenceKeys::SelectedSoundIndex);
+        StoredIndexRecorder selections(NotificationNames::SoundSelectionChanged,
+                                       PreferenceKeys::SelectedSoundIndex);
         StoredIndexRecorder reminders(NotificationNames::ReminderSoundSelectionChanged,
                                       PreferenceKeys::SelectedReminderSoundIndex);
 
-        const std::vector<SeenAlert> sheet = removeThroughTheSheet(c.removeSoundButton(), QStringLiteral("Yes"));
+        const std::vector<SeenAlert> sheet =
+            removeThroughTheSheet(c.removeSoundButton(), QStringLiteral("Yes"));
 
         QCOMPARE(sheet.size(), size_t(1));
         QCOMPARE(sheet[0].text, QStringLiteral("Are you sure you want to remove School Bell.mp3?"));
         QCOMPARE(sheet[0].informativeText, QStringLiteral("Removed sound file cannot be restored."));
-        QVERIFY(sheet[0].buttons.contains(QStringLiteral("Yes")) && sheet[0].buttons.contains(QStringLiteral("No")));
+        QVERIFY(sheet[0].buttons.contains(QStringLiteral("Yes")) &&
+                sheet[0].buttons.contains(QStringLiteral("No")));
         QCOMPARE(sheet[0].buttons.size(), 2);
         QCOMPARE(sheet[0].modality, Qt::WindowModal);
         QCOMPARE(sheet[0].parent, c.prefsWindow());
@@ -388,7 +396,8 @@ private slots:
         PreferenceWindowController& c = openPreferences();
         choose(c.soundFilesDropdownList(), 3);
         choose(c.reminderSoundFilesDropdownList(), 2);
-        StoredIndexRecorder selections(NotificationNames::SoundSelectionChanged, PreferenceKeys::SelectedSoundIndex);
+        StoredIndexRecorder selections(NotificationNames::SoundSelectionChanged,
+                                       PreferenceKeys::SelectedSoundIndex);
         StoredIndexRecorder reminders(NotificationNames::ReminderSoundSelectionChanged,
                                       PreferenceKeys::SelectedReminderSoundIndex);
         const std::shared_ptr<Playable> reminderBefore = d.reminderSound();
@@ -524,7 +533,8 @@ private slots:
         QCOMPARE(removeThroughTheSheet(c.removeSoundButton(), QStringLiteral("Yes")).size(), size_t(1));
         QVERIFY(QFileInfo::exists(outside));
         QVERIFY(QFileInfo(soundFolder()).isDir());
-        QCOMPARE(PreferenceController::preferenceSoundFiles(), QStringList{QStringLiteral("Left Coast Piano.mp3")});
+        QCOMPARE(PreferenceController::preferenceSoundFiles(),
+                 QStringList{QStringLiteral("Left Coast Piano.mp3")});
         QVERIFY(QFile::remove(outside));
     }
 

@@ -130,7 +130,7 @@ private:
     }
 
     // Records while the action runs and for the given time after it.
-    template<typename Action>
+    template <typename Action>
     static QVector<qint16> record(Action action, int milliseconds)
     {
         SinkRecorder recorder;
@@ -154,7 +154,8 @@ private:
 private slots:
     void initTestCase()
     {
-        QVERIFY2(!qEnvironmentVariableIsEmpty("BREVLIN_TEST_SINK_MONITOR"), "run through isolated-run.sh --pulse");
+        QVERIFY2(!qEnvironmentVariableIsEmpty("BREVLIN_TEST_SINK_MONITOR"),
+                 "run through isolated-run.sh --pulse");
         QVERIFY(m_sources.isValid());
         FocusReturn::setActivator([] {});
     }
@@ -203,8 +204,8 @@ private slots:
         const QVector<qint16> loud = loudPart(samples);
         const double seconds = double(loud.size()) / SinkRecorder::sampleRate;
         const double share = shareAt(loud, toneFrequency);
-        qInfo("heard %.2f s, RMS %.3f, %.0f%% of it at %.0f Hz", seconds, SinkRecorder::rms(loud), share * 100,
-              toneFrequency);
+        qInfo("heard %.2f s, RMS %.3f, %.0f%% of it at %.0f Hz", seconds, SinkRecorder::rms(loud),
+              share * 100, toneFrequency);
         QVERIFY2(seconds > 0.8 && seconds < 1.3, qPrintable(QString::number(seconds)));
         QVERIFY2(share > 0.8, qPrintable(QString::number(share)));
     }
