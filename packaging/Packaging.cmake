@@ -26,6 +26,8 @@ if(UNIX AND NOT APPLE)
     install(FILES ${PROJECT_SOURCE_DIR}/resources/icons/brevlin.svg
             DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps
             RENAME ${BREVLIN_APP_ID}.svg)
+    # Debian's place for the licence of a package's files.
+    install(FILES ${CMAKE_CURRENT_LIST_DIR}/linux/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/brevlin)
 endif()
 
 # The .deb: dpkg-shlibdeps computes the libraries; what is opened at run time without being linked is

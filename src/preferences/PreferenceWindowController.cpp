@@ -3,8 +3,12 @@
 #include "Brevlin.h"
 #include "ColorArchive.h"
 #include "ColorWell.h"
+#include "ExternalLinks.h"
 #include "Platform.h"
 #include "PreferenceController.h"
+#include "Sound.h"
+#include "SoundFileTypes.h"
+#include "SoundFolder.h"
 #include "Stepper.h"
 #include "TextValues.h"
 #include "ui_PreferenceWindowController.h"
@@ -12,12 +16,20 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
 #include <QFontMetrics>
 #include <QKeySequence>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QSignalBlocker>
+#include <QStandardPaths>
 #include <QToolButton>
+
+#include <optional>
 
 namespace {
 
@@ -44,6 +56,38 @@ void fillPopUp(QComboBox* popUp, const QStringList& names, qint64 index)
     popUp->clear();
     popUp->addItems(names);
     popUp->setCurrentIndex(index >= 0 && index < names.size() ? static_cast<int>(index) : -1);
+}
+
+// The list's entry at a pop-up's selection; none when the pop-up selects nothing or the list is shorter.
+std::optional<QString> entryAt(const QStringList& names, int index)
+{
+    if (index < 0 || index >= names.size())
+        return std::nullopt;
+    return names.at(index);
+}
+
+void preview(const QComboBox* popUp)
+{
+    // The stored list, not the window's: what the store holds is what the panel would play.
+    if (const std::optional<QString> name =
+            entryAt(PreferenceController::preferenceSoundFiles(), popUp->currentIndex()))
+        Sound::playFile(SoundFolder::locationOfSound(*name));
+}
+
+// At the panel's level, on every desktop and over a slide show, like the panel itself: the presenter may
+// have added the sound while presenting.
+void runFileCopyErrorAlert()
+{
+    QMessageBox alert;
+    alert.setWindowModality(Qt::ApplicationModal);
+    alert.setText(QStringLiteral("Error"));
+    alert.setInformativeText(QStringLiteral("%1").arg(QStringLiteral("File copy error")));
+    // Not a standard button: Qt would title it "OK".
+    alert.setDefaultButton(alert.addButton(QStringLiteral("Ok"), QMessageBox::AcceptRole));
+    alert.setWindowFlag(Qt::WindowStaysOnTopHint);
+    alert.show();
+    platform::floatAboveEverything(alert.winId());
+    alert.exec();
 }
 
 } // namespace
@@ -122,6 +166,14 @@ void PreferenceWindowController::windowDidLoad()
     m_ui->stepperRemindEveryH->upButton()->setAccessibleName(tr("One hour more"));
     m_ui->stepperRemindEveryH->downButton()->setAccessibleName(tr("One hour less"));
 
+    // The page of more sounds reads as a link, in the style's own link colour.
+    QFont linkFont = moreSoundsButton()->font();
+    linkFont.setUnderline(true);
+    moreSoundsButton()->setFont(linkFont);
+    QPalette linkPalette = moreSoundsButton()->palette();
+    linkPalette.setColor(QPalette::ButtonText, linkPalette.color(QPalette::Link));
+    moreSoundsButton()->setPalette(linkPalette);
+
     connectControls();
 }
 
@@ -182,6 +234,18 @@ void PreferenceWindowController::connectControls()
     });
 
     connect(ui.resetButton, &QPushButton::clicked, this, &PreferenceWindowController::resetClick);
+
+    connect(ui.previewSoundButton, &QPushButton::clicked, this,
+            &PreferenceWindowController::previewSoundClicked);
+    connect(ui.previewReminderSoundButton, &QPushButton::clicked, this,
+            &PreferenceWindowController::previewReminderSoundClicked);
+    connect(ui.addSoundButton, &QPushButton::clicked, this, &PreferenceWindowController::addSoundClicked);
+    connect(ui.removeSoundButton, &QPushButton::clicked, this,
+            &PreferenceWindowController::removeSoundClicked);
+    connect(ui.removeReminderSoundButton, &QPushButton::clicked, this,
+            &PreferenceWindowController::removeReminderSoundClicked);
+    connect(ui.moreSoundsButton, &QPushButton::clicked, this,
+            &PreferenceWindowController::getMoreSoundFromVoskClicked);
 
     auto* close = new QAction(m_prefsWindow.get());
     close->setShortcuts({QKeySequence(Qt::Key_Escape), QKeySequence(QKeySequence::Close)});
@@ -248,6 +312,30 @@ QCheckBox* PreferenceWindowController::playReminderSoundCheckbox() const
 QPushButton* PreferenceWindowController::resetButton() const
 {
     return m_ui->resetButton;
+}
+QPushButton* PreferenceWindowController::previewSoundButton() const
+{
+    return m_ui->previewSoundButton;
+}
+QPushButton* PreferenceWindowController::removeSoundButton() const
+{
+    return m_ui->removeSoundButton;
+}
+QPushButton* PreferenceWindowController::previewReminderSoundButton() const
+{
+    return m_ui->previewReminderSoundButton;
+}
+QPushButton* PreferenceWindowController::removeReminderSoundButton() const
+{
+    return m_ui->removeReminderSoundButton;
+}
+QPushButton* PreferenceWindowController::addSoundButton() const
+{
+    return m_ui->addSoundButton;
+}
+QPushButton* PreferenceWindowController::moreSoundsButton() const
+{
+    return m_ui->moreSoundsButton;
 }
 
 void PreferenceWindowController::textColorClick()
@@ -325,4 +413,142 @@ void PreferenceWindowController::resetClick()
 void PreferenceWindowController::returnFocusToPreviousWindowClick(QCheckBox* sender)
 {
     PreferenceController::setPreferenceReturnFocusToPreviousWindow(isOn(sender));
+}
+
+void PreferenceWindowController::previewSoundClicked()
+{
+    preview(soundFilesDropdownList());
+}
+
+void PreferenceWindowController::previewReminderSoundClicked()
+{
+    preview(reminderSoundFilesDropdownList());
+}
+
+void PreferenceWindowController::addSoundClicked()
+{
+    // Modeless: the window stays usable, and a second click opens a second dialog with its own completion.
+    auto* panel = new QFileDialog(m_prefsWindow.get(), tr("Add a Sound"));
+    panel->setObjectName(QStringLiteral("addSoundPanel"));
+    panel->setAttribute(Qt::WA_DeleteOnClose);
+    panel->setWindowModality(Qt::NonModal);
+    panel->setAcceptMode(QFileDialog::AcceptOpen);
+    panel->setFileMode(QFileDialog::ExistingFile);
+    panel->setNameFilters(SoundFileTypes::fileDialogNameFilters());
+    // Where people keep sounds; the working directory of a program started from a menu means nothing.
+    const QString music = QStandardPaths::writableLocation(QStandardPaths::MusicLocation);
+    panel->setDirectory(QFileInfo(music).isDir() ? music : QDir::homePath());
+    connect(panel, &QFileDialog::finished, this,
+            [this, panel](int result) { openPanelDidEnd(panel, result); });
+    panel->show();
+}
+
+void PreferenceWindowController::openPanelDidEnd(QFileDialog* panel, int result)
+{
+    if (result != QDialog::Accepted)
+        return;
+    const QStringList chosen = panel->selectedFiles();
+    if (chosen.isEmpty())
+        return;
+    const QString& source = chosen.first();
+    const QString name = QFileInfo(source).fileName();
+    // The list is not consulted: only the folder decides. QFile::copy never overwrites, so a file of that
+    // name already there, a built-in sound included, fails the copy.
+    const QString destination = SoundFolder::locationOfSound(name);
+    if (destination.isNull() || !QFile::copy(source, destination)) {
+        runFileCopyErrorAlert();
+        return;
+    }
+
+    m_timerData->addSoundFile(name);
+    reloadSoundPopUps();
+    const qint64 newIndex = m_timerData->soundFiles().size() - 1;
+    // The first call finds the new index outside the stored list, so 0 is stored and announced for a
+    // moment; the second, after the list is stored, makes the new sound the panel's end sound. The
+    // window's own end-sound index stays, so its pop-up keeps showing the sound it showed.
+    PreferenceController::setPreferenceSelectedSoundIndex(newIndex);
+    PreferenceController::setPreferenceSoundFiles(m_timerData->soundFiles());
+    PreferenceController::setPreferenceSelectedSoundIndex(newIndex);
+}
+
+void PreferenceWindowController::removeSoundClicked()
+{
+    askToRemoveSound(soundFilesDropdownList(), &PreferenceWindowController::alertDidEnd);
+}
+
+void PreferenceWindowController::removeReminderSoundClicked()
+{
+    askToRemoveSound(reminderSoundFilesDropdownList(), &PreferenceWindowController::reminderSoundAlertDidEnd);
+}
+
+void PreferenceWindowController::askToRemoveSound(const QComboBox* popUp, AlertCallback didEnd)
+{
+    const std::optional<QString> name = entryAt(m_timerData->soundFiles(), popUp->currentIndex());
+    if (!name)
+        return;
+    // A sheet: modal to this window only, and gone with it.
+    auto* alert = new QMessageBox(m_prefsWindow.get());
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    alert->setWindowModality(Qt::WindowModal);
+    alert->setIcon(QMessageBox::Warning);
+    if (*name == m_timerData->defaultSound()) {
+        alert->setText(QStringLiteral("Cannot remove default sound."));
+        alert->setStandardButtons(QMessageBox::Ok);
+        alert->open();
+        return;
+    }
+    alert->setText(QStringLiteral("Are you sure you want to remove %1?").arg(*name));
+    alert->setInformativeText(QStringLiteral("Removed sound file cannot be restored."));
+    QPushButton* yes = alert->addButton(QStringLiteral("Yes"), QMessageBox::YesRole);
+    QPushButton* no = alert->addButton(QStringLiteral("No"), QMessageBox::NoRole);
+    alert->setDefaultButton(yes);
+    alert->setEscapeButton(no);
+    // Closing the sheet any other way than with "Yes" answers no.
+    connect(alert, &QMessageBox::finished, this, [this, alert, yes, didEnd] {
+        (this->*didEnd)(
+            alert, alert->clickedButton() == yes ? alertFirstButtonReturn : alertSecondButtonReturn, nullptr);
+    });
+    alert->open();
+}
+
+bool PreferenceWindowController::removeSelectedSound(const QComboBox* popUp)
+{
+    // Read again now: the entry is the one the pop-up selects when the answer comes.
+    const std::optional<QString> name = entryAt(m_timerData->soundFiles(), popUp->currentIndex());
+    if (!name)
+        return false;
+    // A file already gone, or one that cannot be deleted, still leaves the list; a name that is not a plain
+    // file name has no file in the folder, and nothing outside it is ever deleted.
+    if (const QString location = SoundFolder::locationOfSound(*name); !location.isNull())
+        QFile::remove(location);
+    m_timerData->removeSoundFile(*name);
+    return true;
+}
+
+void PreferenceWindowController::alertDidEnd(QMessageBox* /*alert*/, qint64 returnCode, void* /*contextInfo*/)
+{
+    if (returnCode != alertFirstButtonReturn || !removeSelectedSound(soundFilesDropdownList()))
+        return;
+    // One back, whichever entry went; the reminder index is deliberately left where it was.
+    m_timerData->setSelectedSoundIndex(m_timerData->selectedSoundIndex() - 1);
+    reloadSoundPopUps();
+    PreferenceController::setPreferenceSoundFiles(m_timerData->soundFiles());
+    PreferenceController::setPreferenceSelectedSoundIndex(m_timerData->selectedSoundIndex());
+}
+
+void PreferenceWindowController::reminderSoundAlertDidEnd(QMessageBox* /*alert*/, qint64 returnCode,
+                                                          void* /*contextInfo*/)
+{
+    if (returnCode != alertFirstButtonReturn || !removeSelectedSound(reminderSoundFilesDropdownList()))
+        return;
+    // One back, whichever entry went; the end-sound index is deliberately left where it was.
+    m_timerData->setReminderSoundIndex(m_timerData->reminderSoundIndex() - 1);
+    reloadSoundPopUps();
+    PreferenceController::setPreferenceSoundFiles(m_timerData->soundFiles());
+    PreferenceController::setPreferenceReminderSoundIndex(m_timerData->reminderSoundIndex());
+}
+
+void PreferenceWindowController::getMoreSoundFromVoskClicked()
+{
+    ExternalLinks::open(ExternalLinks::soundPage());
 }

@@ -10,7 +10,9 @@ class Brevlin;
 class ColorWell;
 class QCheckBox;
 class QComboBox;
+class QFileDialog;
 class QLineEdit;
+class QMessageBox;
 class QPushButton;
 class QWidget;
 class Stepper;
@@ -69,12 +71,29 @@ public:
     QLineEdit* tfRemindEveryS() const;
     QCheckBox* playReminderSoundCheckbox() const;
     QPushButton* resetButton() const;
+    QPushButton* previewSoundButton() const;
+    QPushButton* removeSoundButton() const;
+    QPushButton* previewReminderSoundButton() const;
+    QPushButton* removeReminderSoundButton() const;
+    QPushButton* addSoundButton() const;
+    QPushButton* moreSoundsButton() const;
     /// The window's own settings object, never the panel's.
     Brevlin* timerData() const { return m_timerData.get(); }
 
     /// Lists the settings object's sounds in both pop-ups and selects its two indices, as after a change
-    /// of the sound list.
+    /// of the sound list. An index outside the list leaves its pop-up with nothing selected.
     void reloadSoundPopUps();
+
+    /// The return codes of the removal sheet's two buttons, "Yes" and "No", as the sheet callbacks get them.
+    static constexpr qint64 alertFirstButtonReturn = 1000;
+    static constexpr qint64 alertSecondButtonReturn = 1001;
+
+    /// The end of the removal sheet of the end-sound pop-up: on "Yes" (alertFirstButtonReturn) removes the
+    /// entry the pop-up selects now, file and list entry, and moves only the end-sound index back by one.
+    /// The alert and the context are not used.
+    void alertDidEnd(QMessageBox* alert, qint64 returnCode, void* contextInfo);
+    /// The same for the reminder-sound pop-up, moving only the reminder index.
+    void reminderSoundAlertDidEnd(QMessageBox* alert, qint64 returnCode, void* contextInfo);
 
 public slots:
     void textColorClick();
@@ -95,9 +114,34 @@ public slots:
     /// Stored at once like the others; it posts nothing, the panel reads it at every hand-back.
     void returnFocusToPreviousWindowClick(QCheckBox* sender);
 
+    /// Plays the stored list's entry at the pop-up's selection with a sound object of its own, which lives
+    /// until it has played: quick clicks overlap. No selection, a name that is not a plain file name, or a
+    /// file that does not load plays nothing.
+    void previewSoundClicked();
+    void previewReminderSoundClicked();
+    /// Opens a file dialog offering only the sounds Sound plays and returns at once; the window stays usable
+    /// meanwhile, and each click opens a dialog of its own. A chosen file is copied into the sound folder
+    /// under its own name, listed last and made the end sound; when the copy fails (a file of that name is
+    /// there already, or the source cannot be read) an application-modal "Error" alert says so and nothing
+    /// changes.
+    void addSoundClicked();
+    /// Asks on a sheet whether to remove the pop-up's sound (alertDidEnd() gets the answer); the built-in
+    /// default sound is refused instead. Nothing happens while the pop-up selects nothing.
+    void removeSoundClicked();
+    void removeReminderSoundClicked();
+    /// Opens the page of further sounds in the browser.
+    void getMoreSoundFromVoskClicked();
+
 private:
+    using AlertCallback = void (PreferenceWindowController::*)(QMessageBox*, qint64, void*);
+
     void windowDidLoad();
     void connectControls();
+    void openPanelDidEnd(QFileDialog* panel, int result);
+    void askToRemoveSound(const QComboBox* popUp, AlertCallback didEnd);
+    /// Deletes the file of the pop-up's entry (where the name stays inside the sound folder) and removes
+    /// the entry from the settings object. False when the pop-up selects no entry.
+    bool removeSelectedSound(const QComboBox* popUp);
 
     std::unique_ptr<Brevlin> m_timerData;
     std::unique_ptr<Ui::PreferenceWindowController> m_ui;

@@ -2,8 +2,14 @@
 // on every desktop, as the panel is.
 #include "PreferenceWindowController.h"
 
+#include "DirectoryLocations.h"
+#include "SinkRecorder.h"
+#include "SoundDialogs.h"
 #include "StoredSettings.h"
 #include "TestMain.h"
+
+#include <QDir>
+#include <QTemporaryDir>
 
 #include <QProcess>
 #include <QRegularExpression>
@@ -86,6 +92,45 @@ private slots:
         QVERIFY(QTest::qWaitForWindowActive(&ordinary));
         QTest::qWait(100);
         QVERIFY(isAbove(window, ordinary));
+    }
+
+    void theCopyErrorAlertStandsAtThePanelsLevelOnEveryDesktop()
+    {
+        // A sound of that name is in the folder already, so adding another one fails.
+        const QString folder = DirectoryLocations::applicationSupportDirectory();
+        QVERIFY(
+            PreferencesTest::writeFile(QDir(folder).filePath(QStringLiteral("Tone.wav")), sineWav(440, 0.2)));
+        QTemporaryDir elsewhere;
+        const QString source = elsewhere.filePath(QStringLiteral("Tone.wav"));
+        QVERIFY(PreferencesTest::writeFile(source, sineWav(660, 0.2)));
+
+        PreferenceWindowController controller;
+        controller.showWindow();
+        QVERIFY(QTest::qWaitForWindowExposed(controller.prefsWindow()));
+        QString state, desktop;
+        bool answered = false;
+        // The alert blocks the add's completion until answered, so it is looked at from inside its loop.
+        QTimer look;
+        QObject::connect(&look, &QTimer::timeout, [&] {
+            QMessageBox* alert = PreferencesTest::visibleAlert(QStringLiteral("Error"));
+            if (!alert || answered)
+                return;
+            answered = true;
+            QTest::qWaitFor(
+                [&] {
+                    state = windowProperty(*alert, QStringLiteral("_NET_WM_STATE"));
+                    desktop = windowProperty(*alert, QStringLiteral("_NET_WM_DESKTOP"));
+                    return state.contains(QLatin1String("_NET_WM_STATE_ABOVE")) &&
+                           desktop.contains(QLatin1String("4294967295"));
+                },
+                5000);
+            QTest::mouseClick(PreferencesTest::alertButton(alert, QStringLiteral("Ok")), Qt::LeftButton);
+        });
+        look.start(50);
+        QVERIFY(PreferencesTest::chooseFile(PreferencesTest::openAddSoundPanel(controller), source));
+        QTRY_VERIFY(answered);
+        QVERIFY2(state.contains(QLatin1String("_NET_WM_STATE_ABOVE")), qPrintable(state));
+        QVERIFY2(desktop.contains(QLatin1String("4294967295")), qPrintable(desktop));
     }
 };
 

@@ -461,12 +461,27 @@ private slots:
             }
             w = w->nextInFocusChain();
         } while (w != first);
-        QCOMPARE(order,
-                 QStringList({"textColorWell", "bgColorWell", "dropShadowCheckbox", "resetButton",
-                              "playSoundCheckbox", "soundFilesDropdownList", "continueCountdownCheckbox",
-                              "playReminderSoundCheckbox", "reminderSoundFilesDropdownList", "tfRemindEveryH",
-                              "stepperRemindEveryH", "stepperRemindEveryH", "tfRemindEveryM",
-                              "tfRemindEveryS", "returnFocusCheckbox"}));
+        QCOMPARE(order, QStringList({"textColorWell",
+                                     "bgColorWell",
+                                     "dropShadowCheckbox",
+                                     "resetButton",
+                                     "playSoundCheckbox",
+                                     "soundFilesDropdownList",
+                                     "previewSoundButton",
+                                     "removeSoundButton",
+                                     "continueCountdownCheckbox",
+                                     "playReminderSoundCheckbox",
+                                     "reminderSoundFilesDropdownList",
+                                     "previewReminderSoundButton",
+                                     "removeReminderSoundButton",
+                                     "tfRemindEveryH",
+                                     "stepperRemindEveryH",
+                                     "stepperRemindEveryH",
+                                     "tfRemindEveryM",
+                                     "tfRemindEveryS",
+                                     "addSoundButton",
+                                     "moreSoundsButton",
+                                     "returnFocusCheckbox"}));
     }
 
     void escapeClosesTheWindowAndLosesNothing()

@@ -5,6 +5,7 @@
 #include "ColorArchive.h"
 #include "ColorWell.h"
 #include "FocusReturn.h"
+#include "PanelLaunch.h"
 #include "Playable.h"
 #include "PreferenceController.h"
 #include "PreferenceKeys.h"
@@ -34,15 +35,6 @@ public:
     void play() override { ++plays; }
     int plays = 0;
 };
-
-QAction* preferencesAction(const AppDelegate& d)
-{
-    for (QAction* action : d.rightClickMenu()->actions()) {
-        if (action->text() == QStringLiteral("Preferences…"))
-            return action;
-    }
-    return nullptr;
-}
 
 // What a presenter can see or the countdown will use: the panel's pixels and shadow, the field's colours
 // and the panel's settings.
@@ -87,10 +79,7 @@ private:
     // Through the panel's context menu, as the presenter opens it.
     PreferenceWindowController& openPreferences()
     {
-        QAction* action = preferencesAction(*m_delegate);
-        if (action)
-            action->trigger();
-        PreferenceWindowController* controller = m_delegate->prefsWindowController();
+        PreferenceWindowController* controller = openPreferencesFromMenu(*m_delegate);
         if (!controller)
             qFatal("no preferences window");
         if (!QTest::qWaitForWindowExposed(controller->prefsWindow()))

@@ -3,9 +3,11 @@
 #include "BuiltInSounds.h"
 #include "SinkRecorder.h"
 #include "Sound.h"
+#include "SoundFileTypes.h"
 #include "SoundFolder.h"
 #include "TestMain.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QRegularExpression>
@@ -226,6 +228,29 @@ private slots:
         for (const char* type : {"wav", "flac", "ogg", "mp3", "aiff"})
             QVERIFY2(types.contains(QLatin1String(type)), type);
         QVERIFY(!types.contains(QStringLiteral("raw")));
+    }
+
+    void theFileDialogOffersExactlyWhatLoads()
+    {
+        const QStringList patterns = SoundFileTypes::fileNamePatterns();
+        QCOMPARE(patterns.size(), Sound::supportedFileTypes().size());
+        const QStringList filters = SoundFileTypes::fileDialogNameFilters();
+        QCOMPARE(filters.size(), 1);
+        // Every built-in sound and a tone made here is offered, in either case; other files are not.
+        QStringList offered;
+        for (const char* name :
+             {"Left Coast Piano.mp3", "Piano 1.mp3", "School Bell.mp3", "Harp Compound.mp3", "click_tin.wav",
+              "Test Tone.wav", "LOUD.WAV", "take.flac", "take.ogg"})
+            offered << QString::fromUtf8(name);
+        const QString path = toneFile(QStringLiteral("Test Tone.wav"), 0.1);
+        QVERIFY(Sound::withContentsOfFile(path));
+        for (const QString& name : offered) {
+            QVERIFY2(QDir::match(patterns, name.toLower()), qPrintable(name));
+            QVERIFY2(filters.first().contains(QStringLiteral("*.") + name.section(QLatin1Char('.'), -1)),
+                     qPrintable(name));
+        }
+        for (const char* name : {"notes.txt", "slides.pptx", "data.raw", "tone"})
+            QVERIFY2(!QDir::match(patterns, QString::fromUtf8(name)), name);
     }
 
     void everyBuiltInSoundDecodes_data()
