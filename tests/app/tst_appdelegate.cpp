@@ -2,6 +2,7 @@
 // the context menu.
 #include "AboutWindowController.h"
 #include "AppDelegate.h"
+#include "AppLaunch.h"
 #include "Brevlin.h"
 #include "ColorArchive.h"
 #include "ExternalLinks.h"
@@ -45,10 +46,7 @@ private:
 
     AppDelegate& launch(QSize size = {340, 120})
     {
-        m_delegate = std::make_unique<AppDelegate>();
-        m_delegate->panel()->resize(size);
-        m_delegate->panel()->show();
-        m_delegate->applicationDidFinishLaunching();
+        m_delegate = testsupport::launchPanel(size);
         if (!QTest::qWaitForWindowActive(m_delegate->panel()))
             qWarning("panel not active");
         // Let the activation that follows the first show be handled before the test acts.
@@ -99,14 +97,7 @@ private:
             AboutWindowController::centredOrigin(screen.size(), window.size()), window.size(), screen);
     }
 
-    void typeAndReturn(const QString& text)
-    {
-        QLineEdit* field = m_delegate->input();
-        field->setFocus();
-        field->selectAll();
-        QTest::keyClicks(field, text);
-        QTest::keyClick(field, Qt::Key_Return);
-    }
+    void typeAndReturn(const QString& text) { testsupport::typeAndReturn(*m_delegate, text); }
 
 private slots:
     void init()

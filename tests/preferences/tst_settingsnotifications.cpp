@@ -1,6 +1,7 @@
 // Changes made in the preferences window reaching the running panel through the store's notifications:
 // opened from the panel's menu, driven through the window's widgets, checked on the panel.
 #include "AppDelegate.h"
+#include "AppLaunch.h"
 #include "Brevlin.h"
 #include "ColorArchive.h"
 #include "ColorWell.h"
@@ -66,10 +67,7 @@ private:
 
     AppDelegate& launch()
     {
-        m_delegate = std::make_unique<AppDelegate>();
-        m_delegate->panel()->resize(340, 120);
-        m_delegate->panel()->show();
-        m_delegate->applicationDidFinishLaunching();
+        m_delegate = testsupport::launchPanel({340, 120});
         if (!QTest::qWaitForWindowExposed(m_delegate->panel()))
             qWarning("panel not shown");
         QTest::qWait(20);
@@ -87,14 +85,7 @@ private:
         return *controller;
     }
 
-    void typeAndReturn(const QString& text)
-    {
-        QLineEdit* field = m_delegate->input();
-        field->setFocus();
-        field->selectAll();
-        QTest::keyClicks(field, text);
-        QTest::keyClick(field, Qt::Key_Return);
-    }
+    void typeAndReturn(const QString& text) { testsupport::typeAndReturn(*m_delegate, text); }
 
     static QCheckBox* continueCountdownCheckbox(PreferenceWindowController& c)
     {

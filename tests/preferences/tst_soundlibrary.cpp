@@ -2,6 +2,7 @@
 // the file dialog, the sheets and the copy alert answered as a user answers them, and the outcome checked
 // in the window, the store, the sound folder and the panel's loaded end sound.
 #include "AppDelegate.h"
+#include "AppLaunch.h"
 #include "Brevlin.h"
 #include "BuiltInSounds.h"
 #include "DirectoryLocations.h"
@@ -97,9 +98,7 @@ private:
     // Launched as main() launches, with the built-in sounds copied and loaded.
     AppDelegate& launch()
     {
-        m_delegate = std::make_unique<AppDelegate>();
-        m_delegate->panel()->show();
-        m_delegate->applicationDidFinishLaunching();
+        m_delegate = testsupport::launchPanel();
         if (!QTest::qWaitFor([this] { return m_delegate->endSound() && m_delegate->reminderSound(); }, 5000))
             qWarning("the built-in sounds did not load");
         return *m_delegate;

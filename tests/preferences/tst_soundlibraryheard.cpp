@@ -2,6 +2,7 @@
 // ends the panel's countdown, a preview plays the chosen entry (twice, overlapping, when clicked twice), and
 // a name that leads out of the sound folder plays nothing.
 #include "AppDelegate.h"
+#include "AppLaunch.h"
 #include "BuiltInSounds.h"
 #include "DirectoryLocations.h"
 #include "FocusReturn.h"
@@ -110,9 +111,7 @@ private:
 
     AppDelegate& launch()
     {
-        m_delegate = std::make_unique<AppDelegate>();
-        m_delegate->panel()->show();
-        m_delegate->applicationDidFinishLaunching();
+        m_delegate = testsupport::launchPanel();
         // The built-in sounds are copied, and the two handles loaded, in one step after the first frame.
         const QString last = QDir(soundFolder()).filePath(testsupport::builtInSounds().last());
         if (!QTest::qWaitFor([&last] { return QFileInfo::exists(last); }, 5000))

@@ -1,0 +1,39 @@
+#pragma once
+
+// The panel launched as main() launches it, for the tests that drive the whole application in-process.
+// Only for test executables that link brevlin_app.
+
+#include "AppDelegate.h"
+#include "TitlelessPanel.h"
+
+#include <QLineEdit>
+#include <QSize>
+#include <QTest>
+
+#include <memory>
+
+namespace testsupport {
+
+/// Builds the delegate (which loads the interface), shows its panel, at `size` where one is given, and
+/// runs the launch sequence. What a test then waits for (exposure, activation, the sounds) is its own.
+inline std::unique_ptr<AppDelegate> launchPanel(QSize size = {})
+{
+    auto delegate = std::make_unique<AppDelegate>();
+    if (size.isValid())
+        delegate->panel()->resize(size);
+    delegate->panel()->show();
+    delegate->applicationDidFinishLaunching();
+    return delegate;
+}
+
+/// Types a time into the panel's field over whatever it showed, and presses Return, as a presenter does.
+inline void typeAndReturn(AppDelegate& delegate, const QString& text)
+{
+    QLineEdit* field = delegate.input();
+    field->setFocus();
+    field->selectAll();
+    QTest::keyClicks(field, text);
+    QTest::keyClick(field, Qt::Key_Return);
+}
+
+} // namespace testsupport
