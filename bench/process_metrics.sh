@@ -410,22 +410,33 @@ result=$(cpu_end "$bpid" "$cpu_mark") &&
 hours=$((memory_minutes / 60 + 1))
 expected=$(printf '%02d:00:00' "$hours")
 conf="$brevlin_home/.config/Brevlin/Brevlin.conf"
-started=0
-for attempt in 1 2; do
-    timeout 10 xdotool windowactivate --sync "$bwin" 2>/dev/null
-    timeout 10 xdotool key ctrl+a
-    timeout 10 xdotool type "$hours:0:0"
-    timeout 10 xdotool key Return
-    for _ in $(seq 50); do
-        grep -qx "BRVCountdownTime=$expected" "$conf" 2>/dev/null && break
-        sleep 0.1
+# Clicks into the time field (the panel bypasses the window manager, so it is given the keyboard by the
+# click, as a presenter gives it), selects all, types the time (none: keeps the stored one) and presses
+# Return; true once the settings file holds the started time and the picture changes.
+start_countdown() { # window settings-file expected-text typed-text
+    local attempt geometry width height
+    for attempt in 1 2; do
+        geometry=$(xwininfo -id "$1" 2>/dev/null)
+        width=$(awk '/Width:/ { print $2 }' <<<"$geometry")
+        height=$(awk '/Height:/ { print $2 }' <<<"$geometry")
+        timeout 10 xdotool mousemove --window "$1" $((${width:-340} * 2 / 5)) $((${height:-120} / 2)) click 1
+        sleep 0.3
+        if [ -n "$4" ]; then
+            timeout 10 xdotool key ctrl+a
+            timeout 10 xdotool type "$4"
+        fi
+        timeout 10 xdotool key Return
+        for _ in $(seq 50); do
+            grep -qx "BRVCountdownTime=$3" "$2" 2>/dev/null && break
+            sleep 0.1
+        done
+        grep -qx "BRVCountdownTime=$3" "$2" 2>/dev/null && window_changes "$1" && return 0
+        say "the countdown did not start (attempt $attempt)"
     done
-    if grep -qx "BRVCountdownTime=$expected" "$conf" 2>/dev/null && window_changes "$bwin"; then
-        started=1
-        break
-    fi
-    say "the countdown did not start (attempt $attempt)"
-done
+    return 1
+}
+started=0
+start_countdown "$bwin" "$conf" "$expected" "$hours:0:0" && started=1
 if [ "$started" = 0 ]; then
     say "Brevlin's countdown could not be started: no counting rows"
     import -window root "$root/logs/brevlin-start.png" 2>/dev/null
@@ -478,4 +489,62 @@ if [ -n "$peers_pid" ]; then
     wait "$peers_pid"
     cat "$peers_out" >>"$out"
 fi
+
+# ---------------------------------------------------------------------------------------------------
+# 5. Memory with both sounds loaded and after 100 plays. The real app, counting into overtime: its
+# settings file asks for the end sound, overtime, and the reminder every second with the shortest
+# built-in sound (click_tin.wav, index 4), and the countdown is started from -0:0:1, so every tick plays
+# the reminder. The sounds go to a private PulseAudio null sink, so they are decoded and played for real.
+plays_run() {
+    command -v pulseaudio >/dev/null || { say "pulseaudio is missing: no rows for the plays"; return 0; }
+    local pulse_home="$root/pulse"
+    mkdir -p "$pulse_home"
+    export PULSE_RUNTIME_PATH="$pulse_home/runtime" PULSE_STATE_PATH="$pulse_home/state"
+    unset PULSE_SERVER
+    pulseaudio --daemonize=no --exit-idle-time=-1 --disallow-exit -n \
+        --load="module-native-protocol-unix" \
+        --load="module-null-sink sink_name=brevlin_bench" \
+        --load="module-always-sink" >"$root/logs/pulse.log" 2>&1 &
+    pids+=($!)
+    for _ in $(seq 100); do
+        pactl info >/dev/null 2>&1 && break
+        sleep 0.05
+    done
+    pactl set-default-sink brevlin_bench >/dev/null 2>&1 || { say "PulseAudio did not start: no rows for the plays"; return 0; }
+
+    new_home
+    mkdir -p "$home/.config/Brevlin"
+    printf '[General]\nBRVCountdownTime=-00:00:01\nPlaySound=true\nContinueCountdown=true\nPlayReminderSound=true\nRemindEveryInterval=0:0:1\nSelectedReminderSoundIndex=4\n' \
+        >"$home/.config/Brevlin/Brevlin.conf"
+    subject_command brevlin
+    line=$(in_home "$probe" --detach --timeout 60 --log "$root/logs/brevlin-plays.log" -- "${command[@]}")
+    local ppid pwin
+    ppid=$(json_field "$line" pid)
+    pwin=$(json_field "$line" window)
+    [ -n "$ppid" ] && pids+=("$ppid")
+    [ -n "$pwin" ] || { say "brevlin did not start for the plays: $line"; return 0; }
+    pause 3
+    local loaded_kb
+    loaded_kb=$(rss_kb "$ppid")
+    emit rss_sounds_loaded_mb brevlin "$(mb "$loaded_kb")" MB \
+        "VmRSS $loaded_kb kB, 3 s after the first window was drawn, end sound and reminder sound (click_tin.wav) loaded"
+    # Return in the time field starts the stored time, as the presenter's Return does.
+    start_countdown "$pwin" "$home/.config/Brevlin/Brevlin.conf" "-00:00:01" "" || {
+        say "the overtime countdown did not start: no row for the plays"
+        stop_pid "$ppid"
+        return 0
+    }
+    local begin ticks played
+    begin=$(now)
+    pause 100.5
+    played=$(awk -v s="$begin" -v n="$(now)" 'BEGIN { printf "%d", n - s }')
+    local after_kb
+    after_kb=$(rss_kb "$ppid")
+    local sink_inputs
+    sink_inputs=$(pactl list short sink-inputs 2>/dev/null | wc -l)
+    emit rss_after_plays_mb brevlin "$(mb "$after_kb")" MB \
+        "VmRSS $after_kb kB after $played s of overtime with the reminder every second (one play asked per tick, about 100; a play on a still-playing sound adds nothing), sounds into a PulseAudio null sink; $sink_inputs streams open at the end; loaded $loaded_kb kB"
+    stop_pid "$ppid"
+}
+plays_run
 say "done: $(wc -l <"$out") lines in $out"
