@@ -8,7 +8,9 @@
 #include <QProxyStyle>
 #include <QStyleHints>
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 // QLineEdit keeps this much room around its text inside the frame, and a pixel for the caret; without it
@@ -76,7 +78,68 @@ TimeFieldCaret::TimeFieldCaret(QLineEdit* field)
     connect(QGuiApplication::styleHints(), &QStyleHints::cursorFlashTimeChanged, this,
             &TimeFieldCaret::restartBlink);
     field->installEventFilter(this);
+    repaintOnlyChangedText();
     restartBlink();
+}
+
+void TimeFieldCaret::repaintOnlyChangedText()
+{
+    // QLineEdit repaints all of itself whenever its shown text changes, through its text control's
+    // displayTextChanged; that one connection is replaced by a repaint of what changed. Every other
+    // repaint of the field (selection, cursor, focus, font, size) stays the line edit's own.
+    m_shownText = m_field->displayText();
+    for (QObject* child : m_field->children()) {
+        if (!child->inherits("QWidgetLineControl"))
+            continue;
+        if (QObject::disconnect(child, SIGNAL(displayTextChanged(QString)), m_field, SLOT(update())))
+            connect(child, SIGNAL(displayTextChanged(QString)), this, SLOT(displayTextChanged(QString)));
+        return;
+    }
+}
+
+void TimeFieldCaret::displayTextChanged(const QString& text)
+{
+    const QString before = std::exchange(m_shownText, text);
+    qsizetype from = 0;
+    qsizetype to = text.size();
+    if (before.size() == text.size()) {
+        while (from < to && before[from] == text[from])
+            ++from;
+        while (to > from && before[to - 1] == text[to - 1])
+            --to;
+    }
+    const QRect area = from < to && before.size() == text.size() ? textArea(text, from, to) : QRect();
+    if (area.isEmpty())
+        m_field->update();
+    else
+        m_field->update(area);
+}
+
+QRect TimeFieldCaret::textArea(const QString& text, qsizetype from, qsizetype to) const
+{
+    // Only the plain case a tick is: left to right, aligned left, the whole text in view. The line edit
+    // places its text itself; the insertion point, which it reports, anchors the characters to it.
+    if (m_field->layoutDirection() != Qt::LeftToRight || text.isRightToLeft() ||
+        !(m_field->alignment() & Qt::AlignLeft) || m_field->echoMode() != QLineEdit::Normal)
+        return {};
+    const QFontMetricsF metrics(m_field->font());
+    const QMargins margins = m_field->textMargins();
+    const qreal room = m_field->width() - margins.left() - margins.right() - 2 * innerHorizontalMargin;
+    if (metrics.horizontalAdvance(text) + caretRoom > room)
+        return {};
+    const QRectF cursor = m_field->inputMethodQuery(Qt::ImCursorRectangle).toRectF();
+    const int position = m_field->cursorPosition();
+    if (cursor.isEmpty() || position < 0 || position > text.size())
+        return {};
+    const qreal origin = cursor.center().x() - metrics.horizontalAdvance(text.left(position));
+    const qreal left = origin + metrics.horizontalAdvance(text.left(from));
+    const qreal right = origin + metrics.horizontalAdvance(text.left(to));
+    // Glyphs may reach past their advance (bearings, antialiasing, kerning), digits by far less than an
+    // eighth of the line's height; the font's own extreme bearings belong to glyphs a time never shows.
+    const qreal reach = metrics.height() / 8 + 2;
+    const int x0 = static_cast<int>(std::floor(left - reach));
+    const int x1 = static_cast<int>(std::ceil(right + reach));
+    return QRect(x0, 0, x1 - x0, m_field->height()) & m_field->rect();
 }
 
 bool TimeFieldCaret::isActive() const
@@ -108,13 +171,21 @@ void TimeFieldCaret::restartBlink()
         m_blink.start(flashTime / 2);
     else
         m_blink.stop();
-    update();
+    repaintCaret();
 }
 
 void TimeFieldCaret::toggleBlink()
 {
     m_blinkOn = !m_blinkOn;
-    update(caretRect());
+    repaintCaret();
+}
+
+void TimeFieldCaret::repaintCaret()
+{
+    // Nothing at all where no caret was drawn and none is to be: a running countdown's field.
+    update(m_drawnCaret);
+    if (isCaretShown())
+        update(caretRect());
 }
 
 bool TimeFieldCaret::eventFilter(QObject* watched, QEvent* event)
@@ -133,7 +204,7 @@ bool TimeFieldCaret::eventFilter(QObject* watched, QEvent* event)
         case QEvent::Hide:
             // Asks nothing of the line edit: a field being destroyed still loses its focus.
             m_blink.stop();
-            update();
+            update(m_drawnCaret);
             break;
         case QEvent::PaletteChange:
         case QEvent::FontChange:
@@ -149,9 +220,10 @@ bool TimeFieldCaret::eventFilter(QObject* watched, QEvent* event)
 
 void TimeFieldCaret::paintEvent(QPaintEvent*)
 {
-    if (!isCaretShown())
+    m_drawnCaret = isCaretShown() ? caretRect() : QRect();
+    if (m_drawnCaret.isEmpty())
         return;
     QPainter painter(this);
     // The field's palette, not this widget's: that is the one the text colour is put into.
-    painter.fillRect(caretRect(), m_field->palette().color(QPalette::Text));
+    painter.fillRect(m_drawnCaret, m_field->palette().color(QPalette::Text));
 }

@@ -520,6 +520,11 @@ void floatAboveEverythingOn(xcb_connection_t* c, xcb_window_t window)
 
 void chooseWindowSystem() noexcept
 {
+    // A tick repaints a few digits. Put through shared memory, every repaint costs a round trip (Qt waits
+    // for the server before it reuses the segment), which wakes the process twice more each second; sent
+    // inside the request, the digits cost nothing but the timer's own wake-up. A user's choice stands.
+    if (!qEnvironmentVariableIsSet("QT_XCB_NO_MITSHM"))
+        qputenv("QT_XCB_NO_MITSHM", "1");
     // An explicit choice (QT_QPA_PLATFORM, or -platform on the command line, which Qt reads later and
     // which wins over this) is respected; XWayland is only taken where it is there.
     if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM") || qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
