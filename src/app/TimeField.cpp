@@ -108,14 +108,14 @@ void TimeFieldCaret::displayTextChanged(const QString& text)
         while (to > from && before[to - 1] == text[to - 1])
             --to;
     }
-    const QRect area = from < to && before.size() == text.size() ? textArea(text, from, to) : QRect();
+    const QRect area = from < to && before.size() == text.size() ? textArea(before, text, from, to) : QRect();
     if (area.isEmpty())
         m_field->update();
     else
         m_field->update(area);
 }
 
-QRect TimeFieldCaret::textArea(const QString& text, qsizetype from, qsizetype to) const
+QRect TimeFieldCaret::textArea(const QString& before, const QString& text, qsizetype from, qsizetype to) const
 {
     // Only the plain case a tick is: left to right, aligned left, the whole text in view. The line edit
     // places its text itself; the insertion point, which it reports, anchors the characters to it.
@@ -131,15 +131,21 @@ QRect TimeFieldCaret::textArea(const QString& text, qsizetype from, qsizetype to
     const int position = m_field->cursorPosition();
     if (cursor.isEmpty() || position < 0 || position > text.size())
         return {};
-    const qreal origin = cursor.center().x() - metrics.horizontalAdvance(text.left(position));
-    const qreal left = origin + metrics.horizontalAdvance(text.left(from));
-    const qreal right = origin + metrics.horizontalAdvance(text.left(to));
-    // Glyphs may reach past their advance (bearings, antialiasing, kerning), digits by far less than an
-    // eighth of the line's height; the font's own extreme bearings belong to glyphs a time never shows.
-    const qreal reach = metrics.height() / 8 + 2;
-    const int x0 = static_cast<int>(std::floor(left - reach));
-    const int x1 = static_cast<int>(std::ceil(right + reach));
-    return QRect(x0, 0, x1 - x0, m_field->height()) & m_field->rect();
+    // The insertion point spans the line, from its top; the characters stand on the baseline below it.
+    const QPointF start(cursor.center().x() - metrics.horizontalAdvance(text.left(position)) +
+                            metrics.horizontalAdvance(text.left(from)),
+                        cursor.top() + metrics.ascent());
+    // The ink of the old characters and of the new ones, where they stand: the old to be covered, the new
+    // to be drawn. Antialiasing and hinting reach a pixel or two past the outline.
+    const QRectF ink = metrics.tightBoundingRect(before.mid(from, to - from))
+                           .united(metrics.tightBoundingRect(text.mid(from, to - from)))
+                           .translated(start);
+    const qreal reach = metrics.height() / 32 + 2;
+    const QRect area(QPoint(static_cast<int>(std::floor(ink.left() - reach)),
+                            static_cast<int>(std::floor(ink.top() - reach))),
+                     QPoint(static_cast<int>(std::ceil(ink.right() + reach)),
+                            static_cast<int>(std::ceil(ink.bottom() + reach))));
+    return area & m_field->rect();
 }
 
 bool TimeFieldCaret::isActive() const

@@ -46,9 +46,9 @@ private:
     void repaintCaret();
     /// Takes over the field's repaint on a text change: the area of the characters that changed.
     void repaintOnlyChangedText();
-    /// Where the characters from..to (exclusive) of the shown text are painted, with room for glyphs that
-    /// reach beyond their advance; empty when that cannot be told.
-    QRect textArea(const QString& text, qsizetype from, qsizetype to) const;
+    /// Where the characters from..to (exclusive) of the shown text, and those they replace, are inked;
+    /// empty when that cannot be told.
+    QRect textArea(const QString& before, const QString& text, qsizetype from, qsizetype to) const;
 
     QLineEdit* m_field;
     QTimer m_blink;
