@@ -8,7 +8,6 @@
 #include <QProxyStyle>
 #include <QStyleHints>
 
-#include <algorithm>
 #include <cmath>
 #include <utility>
 

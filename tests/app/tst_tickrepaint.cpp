@@ -42,7 +42,7 @@ struct Look
     QSize size;
     QColor text;
     QColor background;
-    bool shadow;
+    bool shadow = true;
 };
 
 } // namespace
