@@ -9,7 +9,10 @@
 int main(int argc, char* argv[])
 {
     QApplication app(argc, argv);
-    QWidget window(nullptr, Qt::FramelessWindowHint);
+    // The same kind of window as the panel on X11: frameless, a tool window, kept on top, and left out of
+    // the window manager's hands, so that both reach the screen the same way.
+    QWidget window(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
+                                Qt::X11BypassWindowManagerHint);
     window.resize(340, 120);
     QLineEdit field(QStringLiteral("00:01:00"), &window);
     field.setGeometry(40, 40, 200, 40);

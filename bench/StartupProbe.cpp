@@ -17,8 +17,11 @@
 // plus one read of the window.
 //
 // Which windows are the program's: those whose _NET_WM_PID is the program's process or one of its
-// descendants (every Qt and GTK client sets it before mapping). Override-redirect windows (menus,
-// tooltips, drop-down lists) do not count. --dump saves the first drawn image, to check what was seen.
+// descendants (every Qt and GTK client sets it before mapping, override-redirect windows included), or,
+// for a client that sets no pid, whose WM_CLASS instance is the program's file name. Override-redirect
+// windows count as well: Brevlin's panel on X11 is one, and no program maps a menu or a tooltip before
+// its first window. Windows of 1×1 pixels or less (helpers that some toolkits map off screen) do not count.
+// --dump saves the first drawn image, to check what was seen.
 
 #include <xcb/xcb.h>
 
@@ -110,10 +113,11 @@ struct Candidate
 class Probe
 {
 public:
-    Probe(xcb_connection_t* c, xcb_window_t root, pid_t child)
+    Probe(xcb_connection_t* c, xcb_window_t root, pid_t child, std::string programName)
         : m_c(c)
         , m_root(root)
         , m_child(child)
+        , m_programName(std::move(programName))
     {
         xcb_intern_atom_cookie_t cookie = xcb_intern_atom(c, 0, 11, "_NET_WM_PID");
         Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(c, cookie, nullptr));
@@ -125,7 +129,7 @@ public:
         switch (event->response_type & 0x7f) {
         case XCB_CREATE_NOTIFY: {
             const auto* e = reinterpret_cast<xcb_create_notify_event_t*>(event);
-            if (e->parent != m_root || e->override_redirect)
+            if (e->parent != m_root)
                 return;
             track(e->window, e->width, e->height);
             break;
@@ -133,7 +137,7 @@ public:
         case XCB_MAP_NOTIFY: {
             const auto* e = reinterpret_cast<xcb_map_notify_event_t*>(event);
             auto it = m_windows.find(e->window);
-            if (it == m_windows.end() || e->override_redirect)
+            if (it == m_windows.end())
                 return;
             it->second.mapped = true;
             consider(e->window, it->second);
@@ -245,10 +249,6 @@ private:
             m_windows.erase(window);
             return;
         }
-        if (attributes->override_redirect) {
-            m_windows.erase(window);
-            return;
-        }
         if (attributes->map_state != XCB_MAP_STATE_UNMAPPED) {
             candidate.mapped = true;
             consider(window, candidate);
@@ -271,6 +271,8 @@ private:
             candidate.width = geometry->width;
             candidate.height = geometry->height;
         }
+        if (candidate.width <= 1 || candidate.height <= 1)
+            return;
         m_window = window;
         if (m_mapMs < 0)
             m_mapMs = nowMs();
@@ -278,20 +280,29 @@ private:
 
     bool ownedByChild(xcb_window_t window)
     {
-        if (m_netWmPid == XCB_ATOM_NONE)
+        if (m_netWmPid != XCB_ATOM_NONE) {
+            Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+                m_c, xcb_get_property(m_c, 0, window, m_netWmPid, XCB_ATOM_CARDINAL, 0, 1), nullptr));
+            if (reply && reply->format == 32 && xcb_get_property_value_length(reply.get()) >= 4) {
+                std::uint32_t pid = 0;
+                std::memcpy(&pid, xcb_get_property_value(reply.get()), 4);
+                return isSameOrDescendant(static_cast<pid_t>(pid), m_child);
+            }
+        }
+        Reply<xcb_get_property_reply_t> wmClass(xcb_get_property_reply(
+            m_c, xcb_get_property(m_c, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 256), nullptr));
+        if (!wmClass || wmClass->format != 8)
             return false;
-        Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-            m_c, xcb_get_property(m_c, 0, window, m_netWmPid, XCB_ATOM_CARDINAL, 0, 1), nullptr));
-        if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4)
-            return false;
-        std::uint32_t pid = 0;
-        std::memcpy(&pid, xcb_get_property_value(reply.get()), 4);
-        return isSameOrDescendant(static_cast<pid_t>(pid), m_child);
+        const char* data = static_cast<const char*>(xcb_get_property_value(wmClass.get()));
+        const int length = xcb_get_property_value_length(wmClass.get());
+        const std::string instance(data, strnlen(data, static_cast<size_t>(length)));
+        return !m_programName.empty() && instance == m_programName;
     }
 
     xcb_connection_t* m_c;
     xcb_window_t m_root;
     pid_t m_child;
+    std::string m_programName;
     xcb_atom_t m_netWmPid = XCB_ATOM_NONE;
     std::map<xcb_window_t, Candidate> m_windows;
     xcb_window_t m_window = XCB_WINDOW_NONE;
@@ -387,7 +398,8 @@ int main(int argc, char* argv[])
     }
     setpgid(child, child);
 
-    Probe probe(c, root, child);
+    const std::string program = argv[i];
+    Probe probe(c, root, child, program.substr(program.find_last_of('/') + 1));
     double drawnMs = -1;
     long polls = 0;
     const char* error = nullptr;

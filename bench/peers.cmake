@@ -29,4 +29,19 @@ if(UNIX AND NOT APPLE)
             RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin
         )
     endif()
+    # Watches a window's frames reach the X server (the Damage extension), for the tick lateness.
+    if(PkgConfig_FOUND)
+        pkg_check_modules(BENCH_XCB_DAMAGE QUIET IMPORTED_TARGET xcb-damage)
+    endif()
+    if(BENCH_XCB_FOUND AND BENCH_XCB_DAMAGE_FOUND)
+        add_executable(frame_watch ${CMAKE_CURRENT_LIST_DIR}/FrameWatch.cpp)
+        target_link_libraries(frame_watch PRIVATE PkgConfig::BENCH_XCB PkgConfig::BENCH_XCB_DAMAGE)
+        target_compile_features(frame_watch PRIVATE cxx_std_17)
+        set_target_properties(frame_watch PROPERTIES
+            AUTOMOC OFF
+            AUTOUIC OFF
+            AUTORCC OFF
+            RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin
+        )
+    endif()
 endif()

@@ -9,6 +9,7 @@
 #include <QStyleHints>
 
 #include <cmath>
+#include <utility>
 
 namespace {
 // QLineEdit keeps this much room around its text inside the frame, and a pixel for the caret; without it
@@ -76,7 +77,74 @@ TimeFieldCaret::TimeFieldCaret(QLineEdit* field)
     connect(QGuiApplication::styleHints(), &QStyleHints::cursorFlashTimeChanged, this,
             &TimeFieldCaret::restartBlink);
     field->installEventFilter(this);
+    repaintOnlyChangedText();
     restartBlink();
+}
+
+void TimeFieldCaret::repaintOnlyChangedText()
+{
+    // QLineEdit repaints all of itself whenever its shown text changes, through its text control's
+    // displayTextChanged; that one connection is replaced by a repaint of what changed. Every other
+    // repaint of the field (selection, cursor, focus, font, size) stays the line edit's own.
+    m_shownText = m_field->displayText();
+    for (QObject* child : m_field->children()) {
+        if (!child->inherits("QWidgetLineControl"))
+            continue;
+        if (QObject::disconnect(child, SIGNAL(displayTextChanged(QString)), m_field, SLOT(update())))
+            connect(child, SIGNAL(displayTextChanged(QString)), this, SLOT(displayTextChanged(QString)));
+        return;
+    }
+}
+
+void TimeFieldCaret::displayTextChanged(const QString& text)
+{
+    const QString before = std::exchange(m_shownText, text);
+    qsizetype from = 0;
+    qsizetype to = text.size();
+    if (before.size() == text.size()) {
+        while (from < to && before[from] == text[from])
+            ++from;
+        while (to > from && before[to - 1] == text[to - 1])
+            --to;
+    }
+    const QRect area = from < to && before.size() == text.size() ? textArea(before, text, from, to) : QRect();
+    if (area.isEmpty())
+        m_field->update();
+    else
+        m_field->update(area);
+}
+
+QRect TimeFieldCaret::textArea(const QString& before, const QString& text, qsizetype from, qsizetype to) const
+{
+    // Only the plain case a tick is: left to right, aligned left, the whole text in view. The line edit
+    // places its text itself; the insertion point, which it reports, anchors the characters to it.
+    if (m_field->layoutDirection() != Qt::LeftToRight || text.isRightToLeft() ||
+        !(m_field->alignment() & Qt::AlignLeft) || m_field->echoMode() != QLineEdit::Normal)
+        return {};
+    const QFontMetricsF metrics(m_field->font());
+    const QMargins margins = m_field->textMargins();
+    const qreal room = m_field->width() - margins.left() - margins.right() - 2 * innerHorizontalMargin;
+    if (metrics.horizontalAdvance(text) + caretRoom > room)
+        return {};
+    const QRectF cursor = m_field->inputMethodQuery(Qt::ImCursorRectangle).toRectF();
+    const int position = m_field->cursorPosition();
+    if (cursor.isEmpty() || position < 0 || position > text.size())
+        return {};
+    // The insertion point spans the line, from its top; the characters stand on the baseline below it.
+    const QPointF start(cursor.center().x() - metrics.horizontalAdvance(text.left(position)) +
+                            metrics.horizontalAdvance(text.left(from)),
+                        cursor.top() + metrics.ascent());
+    // The ink of the old characters and of the new ones, where they stand: the old to be covered, the new
+    // to be drawn. Antialiasing and hinting reach a pixel or two past the outline.
+    const QRectF ink = metrics.tightBoundingRect(before.mid(from, to - from))
+                           .united(metrics.tightBoundingRect(text.mid(from, to - from)))
+                           .translated(start);
+    const qreal reach = metrics.height() / 32 + 2;
+    const QRect area(QPoint(static_cast<int>(std::floor(ink.left() - reach)),
+                            static_cast<int>(std::floor(ink.top() - reach))),
+                     QPoint(static_cast<int>(std::ceil(ink.right() + reach)),
+                            static_cast<int>(std::ceil(ink.bottom() + reach))));
+    return area & m_field->rect();
 }
 
 bool TimeFieldCaret::isActive() const
@@ -108,13 +176,21 @@ void TimeFieldCaret::restartBlink()
         m_blink.start(flashTime / 2);
     else
         m_blink.stop();
-    update();
+    repaintCaret();
 }
 
 void TimeFieldCaret::toggleBlink()
 {
     m_blinkOn = !m_blinkOn;
-    update(caretRect());
+    repaintCaret();
+}
+
+void TimeFieldCaret::repaintCaret()
+{
+    // Nothing at all where no caret was drawn and none is to be: a running countdown's field.
+    update(m_drawnCaret);
+    if (isCaretShown())
+        update(caretRect());
 }
 
 bool TimeFieldCaret::eventFilter(QObject* watched, QEvent* event)
@@ -133,7 +209,7 @@ bool TimeFieldCaret::eventFilter(QObject* watched, QEvent* event)
         case QEvent::Hide:
             // Asks nothing of the line edit: a field being destroyed still loses its focus.
             m_blink.stop();
-            update();
+            update(m_drawnCaret);
             break;
         case QEvent::PaletteChange:
         case QEvent::FontChange:
@@ -149,9 +225,10 @@ bool TimeFieldCaret::eventFilter(QObject* watched, QEvent* event)
 
 void TimeFieldCaret::paintEvent(QPaintEvent*)
 {
-    if (!isCaretShown())
+    m_drawnCaret = isCaretShown() ? caretRect() : QRect();
+    if (m_drawnCaret.isEmpty())
         return;
     QPainter painter(this);
     // The field's palette, not this widget's: that is the one the text colour is put into.
-    painter.fillRect(caretRect(), m_field->palette().color(QPalette::Text));
+    painter.fillRect(m_drawnCaret, m_field->palette().color(QPalette::Text));
 }

@@ -129,6 +129,9 @@ void TitlelessPanel::mousePressEvent(QMouseEvent* event)
         QWidget::mousePressEvent(event);
         return;
     }
+    // A drag from here resizes or moves the panel step by step, each step handing the keyboard back
+    // (see AppDelegate::windowDidResize): whom to give it to is looked up once, at this press.
+    holdWindowLookups(m_bypassesWindowManager);
     activatePowerPoint();
     m_pressPosition = event->position();
     m_pressEdges = edgesAt(event->position());
@@ -141,6 +144,7 @@ void TitlelessPanel::mouseReleaseEvent(QMouseEvent* event)
 {
     m_pressPosition.reset();
     m_dragging = false;
+    holdWindowLookups(false);
     QWidget::mouseReleaseEvent(event);
 }
 
@@ -176,6 +180,8 @@ void TitlelessPanel::mouseMoveEvent(QMouseEvent* event)
             m_dragging = edges || m_movableByBackground;
             return;
         }
+        // The window manager carries the drag out, and the release may never reach the panel.
+        holdWindowLookups(false);
         if (QWindow* window = windowHandle()) {
             if (edges)
                 window->startSystemResize(edges);
@@ -230,6 +236,23 @@ void TitlelessPanel::closeEvent(QCloseEvent* event)
     // The panel is the whole application: a window manager's close must not leave an invisible process.
     event->accept();
     QCoreApplication::quit();
+}
+
+void TitlelessPanel::holdWindowLookups(bool hold)
+{
+    if (hold == m_holdingWindowLookups)
+        return;
+    m_holdingWindowLookups = hold;
+    platform::holdWindowLookups(hold);
+}
+
+void TitlelessPanel::hideEvent(QHideEvent* event)
+{
+    // A panel hidden in the middle of a drag never sees its release.
+    holdWindowLookups(false);
+    m_dragging = false;
+    m_pressPosition.reset();
+    QWidget::hideEvent(event);
 }
 
 Qt::Edges TitlelessPanel::edgesAt(QPointF position) const

@@ -58,12 +58,14 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
     Qt::Edges edgesAt(QPointF position) const;
     void applyWindowSystemState();
+    void holdWindowLookups(bool hold);
 
     Level m_level = Level::Normal;
     int m_collectionBehavior = 0;
@@ -76,4 +78,5 @@ private:
     bool m_dragging = false;
     QPointF m_dragStartGlobal;
     QRect m_dragStartGeometry;
+    bool m_holdingWindowLookups = false;
 };

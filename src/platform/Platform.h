@@ -35,6 +35,15 @@ void watchActiveWindow() noexcept;
 /// another application, or, where that is gone, the topmost full-screen window. Silent where neither is.
 void activatePreviousWindow() noexcept;
 
+/// While held (the presenter drags the panel's edge or background), the hand-back looks up whom to give the
+/// keyboard to once, at the first hand-back of the drag, and gives it to the same window at every further
+/// step instead of reading the window list again each time. Releasing it forgets what was looked up.
+void holdWindowLookups(bool hold) noexcept;
+
+/// How many times the hand-back has read the window list from the window system since the start: lets a
+/// test see that a drag does not read it at every step. Zero where nothing is read.
+unsigned long windowListReads() noexcept;
+
 /// Keeps the window above other applications' windows (full-screen slide shows included) and on every
 /// desktop, and keeps it shown while another application is active. Call after every show and every change
 /// of the window's flags: some window systems forget it then. A window that bypasses the window manager is

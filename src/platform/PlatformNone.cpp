@@ -30,4 +30,11 @@ bool drawsWindowShadow(NativeWindow, bool) noexcept
     return false;
 }
 
+void holdWindowLookups(bool) noexcept {}
+
+unsigned long windowListReads() noexcept
+{
+    return 0;
+}
+
 } // namespace platform

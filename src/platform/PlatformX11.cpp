@@ -396,27 +396,100 @@ void handOver(xcb_connection_t* c, xcb_window_t root, xcb_window_t target, xcb_a
     collectErrors(c, {sendClientMessage(c, root, target, netActiveWindow, {sourcePager, userTime(), 0})});
 }
 
+/// Whom a hand-back goes to, kept while a drag holds the lookups (holdWindowLookups).
+struct HandBackTargets
+{
+    bool held = false;
+    xcb_connection_t* connection = nullptr;
+    bool powerPointKnown = false;
+    xcb_window_t powerPointRoot = XCB_WINDOW_NONE;
+    xcb_window_t powerPoint = XCB_WINDOW_NONE;
+    bool previousKnown = false;
+    xcb_window_t previousRoot = XCB_WINDOW_NONE;
+    xcb_window_t previous = XCB_WINDOW_NONE;
+};
+
+HandBackTargets& handBackTargets()
+{
+    static HandBackTargets targets;
+    return targets;
+}
+
+/// Whether targets looked up earlier in this drag, on this connection, may be used.
+bool heldFor(xcb_connection_t* c)
+{
+    const HandBackTargets& targets = handBackTargets();
+    return targets.held && targets.connection == c;
+}
+
+unsigned long& windowListReadCount()
+{
+    static unsigned long count = 0;
+    return count;
+}
+
+/// The atoms the hand-back uses, interned once per connection: an atom never changes while the server runs.
+struct HandBackAtoms
+{
+    xcb_atom_t clientList = XCB_ATOM_NONE;
+    xcb_atom_t clientListStacking = XCB_ATOM_NONE;
+    xcb_atom_t activeWindow = XCB_ATOM_NONE;
+    xcb_atom_t wmState = XCB_ATOM_NONE;
+    xcb_atom_t fullScreen = XCB_ATOM_NONE;
+};
+
+const HandBackAtoms* handBackAtoms(xcb_connection_t* c)
+{
+    static xcb_connection_t* internedOn = nullptr;
+    static HandBackAtoms atoms;
+    if (internedOn != c) {
+        const std::vector<xcb_atom_t> interned =
+            internAtoms(c, {"_NET_CLIENT_LIST", "_NET_CLIENT_LIST_STACKING", "_NET_ACTIVE_WINDOW",
+                            "_NET_WM_STATE", "_NET_WM_STATE_FULLSCREEN"});
+        if (hasNone(interned))
+            return nullptr;
+        atoms = {interned[0], interned[1], interned[2], interned[3], interned[4]};
+        internedOn = c;
+    }
+    return &atoms;
+}
+
 bool activatePowerPointOn(xcb_connection_t* c)
 {
-    const std::vector<xcb_atom_t> atoms = internAtoms(c, {"_NET_CLIENT_LIST", "_NET_ACTIVE_WINDOW"});
-    if (hasNone(atoms))
+    const HandBackAtoms* atoms = handBackAtoms(c);
+    if (!atoms)
         return false;
-    const xcb_atom_t netClientList = atoms[0];
-    const xcb_atom_t netActiveWindow = atoms[1];
-
-    for (xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(c)); it.rem;
-         xcb_screen_next(&it)) {
-        const xcb_window_t root = it.data->root;
-        const std::vector<std::uint32_t> clients =
-            values32(c, xcb_get_property(c, 0, root, netClientList, XCB_ATOM_WINDOW, 0, maxListLength),
-                     XCB_ATOM_WINDOW);
-        const xcb_window_t target = firstPowerPointWindow(c, clients);
-        if (target == XCB_WINDOW_NONE)
-            continue;
-        handOver(c, root, target, netActiveWindow);
+    HandBackTargets& targets = handBackTargets();
+    if (heldFor(c) && targets.powerPointKnown) {
+        if (targets.powerPoint == XCB_WINDOW_NONE)
+            return false;
+        handOver(c, targets.powerPointRoot, targets.powerPoint, atoms->activeWindow);
         return true;
     }
-    return false;
+
+    ++windowListReadCount();
+    xcb_window_t root = XCB_WINDOW_NONE;
+    xcb_window_t target = XCB_WINDOW_NONE;
+    for (xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(c)); it.rem;
+         xcb_screen_next(&it)) {
+        const std::vector<std::uint32_t> clients = values32(
+            c, xcb_get_property(c, 0, it.data->root, atoms->clientList, XCB_ATOM_WINDOW, 0, maxListLength),
+            XCB_ATOM_WINDOW);
+        target = firstPowerPointWindow(c, clients);
+        if (target != XCB_WINDOW_NONE) {
+            root = it.data->root;
+            break;
+        }
+    }
+    if (heldFor(c)) {
+        targets.powerPointKnown = true;
+        targets.powerPointRoot = root;
+        targets.powerPoint = target;
+    }
+    if (target == XCB_WINDOW_NONE)
+        return false;
+    handOver(c, root, target, atoms->activeWindow);
+    return true;
 }
 
 /// The topmost managed window, not this process's, that is full screen; XCB_WINDOW_NONE if none is.
@@ -436,16 +509,22 @@ xcb_window_t topmostFullScreenWindow(xcb_connection_t* c, const std::vector<std:
 
 void activatePreviousWindowOn(xcb_connection_t* c)
 {
-    const std::vector<xcb_atom_t> atoms =
-        internAtoms(c, {"_NET_CLIENT_LIST", "_NET_CLIENT_LIST_STACKING", "_NET_ACTIVE_WINDOW",
-                        "_NET_WM_STATE", "_NET_WM_STATE_FULLSCREEN"});
-    if (hasNone(atoms))
+    const HandBackAtoms* atoms = handBackAtoms(c);
+    if (!atoms)
         return;
+    HandBackTargets& targets = handBackTargets();
+    if (heldFor(c) && targets.previousKnown) {
+        if (targets.previous != XCB_WINDOW_NONE)
+            handOver(c, targets.previousRoot, targets.previous, atoms->activeWindow);
+        return;
+    }
+
+    ++windowListReadCount();
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
     const xcb_get_property_cookie_t clientsCookie =
-        xcb_get_property(c, 0, root, atoms[0], XCB_ATOM_WINDOW, 0, maxListLength);
+        xcb_get_property(c, 0, root, atoms->clientList, XCB_ATOM_WINDOW, 0, maxListLength);
     const xcb_get_property_cookie_t stackingCookie =
-        xcb_get_property(c, 0, root, atoms[1], XCB_ATOM_WINDOW, 0, maxListLength);
+        xcb_get_property(c, 0, root, atoms->clientListStacking, XCB_ATOM_WINDOW, 0, maxListLength);
     const std::vector<std::uint32_t> clients = values32(c, clientsCookie, XCB_ATOM_WINDOW);
     const std::vector<std::uint32_t> stacking = values32(c, stackingCookie, XCB_ATOM_WINDOW);
     const Watcher* watcher = watcherSlot().data();
@@ -454,10 +533,16 @@ void activatePreviousWindowOn(xcb_connection_t* c)
     if (target == XCB_WINDOW_NONE || std::find(clients.begin(), clients.end(), target) == clients.end()) {
         // Some window managers (xfwm4) announce the stacking list but never fill it; the client list is
         // then the best order there is.
-        target = topmostFullScreenWindow(c, stacking.empty() ? clients : stacking, atoms[3], atoms[4]);
+        target = topmostFullScreenWindow(c, stacking.empty() ? clients : stacking, atoms->wmState,
+                                         atoms->fullScreen);
+    }
+    if (heldFor(c)) {
+        targets.previousKnown = true;
+        targets.previousRoot = root;
+        targets.previous = target;
     }
     if (target != XCB_WINDOW_NONE)
-        handOver(c, root, target, atoms[2]);
+        handOver(c, root, target, atoms->activeWindow);
 }
 
 void floatAboveEverythingOn(xcb_connection_t* c, xcb_window_t window)
@@ -520,6 +605,11 @@ void floatAboveEverythingOn(xcb_connection_t* c, xcb_window_t window)
 
 void chooseWindowSystem() noexcept
 {
+    // A tick repaints a few digits. Put through shared memory, every repaint costs a round trip (Qt waits
+    // for the server before it reuses the segment), which wakes the process twice more each second; sent
+    // inside the request, the digits cost nothing but the timer's own wake-up. A user's choice stands.
+    if (!qEnvironmentVariableIsSet("QT_XCB_NO_MITSHM"))
+        qputenv("QT_XCB_NO_MITSHM", "1");
     // An explicit choice (QT_QPA_PLATFORM, or -platform on the command line, which Qt reads later and
     // which wins over this) is respected; XWayland is only taken where it is there.
     if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM") || qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
@@ -563,6 +653,24 @@ void activatePreviousWindow() noexcept
             activatePreviousWindowOn(c);
     } catch (...) {
     }
+}
+
+void holdWindowLookups(bool hold) noexcept
+{
+    // Released, or held anew: what an earlier drag looked up is forgotten either way.
+    HandBackTargets& targets = handBackTargets();
+    targets = HandBackTargets{};
+    try {
+        targets.connection = hold ? qtConnection() : nullptr;
+        targets.held = targets.connection != nullptr;
+    } catch (...) {
+        targets = HandBackTargets{};
+    }
+}
+
+unsigned long windowListReads() noexcept
+{
+    return windowListReadCount();
 }
 
 void floatAboveEverything(NativeWindow window) noexcept
