@@ -43,6 +43,7 @@ AppDelegate::AppDelegate(QObject* parent)
 {
     m_ui->setupUi(m_panel);
     TimeFieldCaret::attach(m_ui->input);
+    m_ui->input->setMaxLength(longestTypedTime);
     m_panel->setAttribute(Qt::WA_DeleteOnClose, false);
 
     connect(m_ui->playButton, &QPushButton::clicked, this, &AppDelegate::startTimer);

@@ -37,6 +37,11 @@ class AppDelegate : public QObject
     Q_OBJECT
 
 public:
+    /// The most the time field takes. The longest time it shows is 14 characters; more is only ever a paste
+    /// or a held key, and the line edit lays its whole text out again at every key, so an unbounded field
+    /// falls ever further behind the typing.
+    static constexpr int longestTypedTime = 64;
+
     /// Loads the main interface: the panel, its time field, both buttons and the menu actions.
     explicit AppDelegate(QObject* parent = nullptr);
     ~AppDelegate() override;

@@ -304,6 +304,20 @@ private slots:
         QCOMPARE(PreferenceController::preferenceCountdownTime(), QStringLiteral("00:01:00"));
     }
 
+    void aVeryLongTypingStopsAtTheLongestUsefulTime()
+    {
+        AppDelegate& d = launch();
+        typeAndReturn(QStringLiteral("0:2:0") + QString(300, QLatin1Char(' ')));
+        QCOMPARE(d.input()->text(), QStringLiteral("00:02:00"));
+        QCOMPARE(d.countdown().remainingSeconds(), 120);
+
+        d.onPauseResetClick();
+        d.input()->setFocus();
+        d.input()->selectAll();
+        QTest::keyClicks(d.input(), QString(300, QLatin1Char('9')));
+        QCOMPARE(d.input()->text(), QString(AppDelegate::longestTypedTime, QLatin1Char('9')));
+    }
+
     void aRefusedTextLeavesARunningCountdownRunning()
     {
         AppDelegate& d = launch();
