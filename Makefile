@@ -8,7 +8,7 @@ PRESET := sanitize
 endif
 BUILD_DIR := build/$(PRESET)
 
-.PHONY: all deps configure build run test bench stage format tidy clean
+.PHONY: all deps configure build run test bench stage format tidy clean fuzz
 
 all: build
 
@@ -35,6 +35,10 @@ bench:
 # The timer over real slide shows on several window managers (docs/stage.md); installs office software.
 stage:
 	@scripts/stage.sh $(STAGE_APP)
+
+# The fuzz targets (tests/fuzz), built with clang, each run from its seed corpus for FUZZ_SECONDS (30).
+fuzz: deps
+	@tests/fuzz/run.sh
 
 format:
 	@git ls-files '*.cpp' '*.h' '*.mm' | xargs clang-format -i

@@ -570,7 +570,9 @@ bool sameValue(const QVariant& a, const QVariant& b)
 {
     if (!a.isValid() || !b.isValid())
         return a.isValid() == b.isValid();
-    return a.typeId() == b.typeId() && a == b;
+    // A value unequal to itself (a NaN read from a @Variant) is still unchanged when it is stored alike.
+    return a.typeId() == b.typeId() &&
+           (a == b || SettingsFileFormat::encodeValue(a) == SettingsFileFormat::encodeValue(b));
 }
 
 bool readFile(QIODevice& device, QSettings::SettingsMap& map)
@@ -719,6 +721,10 @@ QByteArray rewrite(const QByteArray& original, const QSettings::SettingsMap& map
             result += newKeys;
         }
     }
+    // A line whose key begins with the bytes of a byte-order mark must not become the file's first bytes
+    // (by the removal of the lines above it), where it would be read as the file's mark.
+    if (bodyStart == 0 && result.startsWith("\xEF\xBB\xBF"))
+        result.prepend('\n');
     return result;
 }
 

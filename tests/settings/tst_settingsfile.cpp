@@ -237,6 +237,13 @@ void TestSettingsFile::removedKeyLosesEveryLine()
     const QByteArray rewritten =
         SettingsFileFormat::rewrite(file, {{QStringLiteral("DropShadow"), QStringLiteral("false")}});
     QCOMPARE(rewritten, QByteArray("[General]\nDropShadow=false\n"));
+
+    // Found by fuzzing: the first line removed must not turn the next line's leading bytes into the
+    // file's byte-order mark.
+    const QByteArray marked("a=1\n\xEF\xBB\xBF" "b=2\n");
+    const QSettings::SettingsMap rest{{QString::fromLatin1("\xEF\xBB\xBF" "b"), QStringLiteral("2")}};
+    QCOMPARE(SettingsFileFormat::parse(marked).size(), 2);
+    QCOMPARE(SettingsFileFormat::parse(SettingsFileFormat::rewrite(marked, rest)), rest);
 }
 
 void TestSettingsFile::newKeyLandsInTheGeneralSection()
