@@ -176,4 +176,7 @@ bool drawsWindowShadow(NativeWindow, bool hasShadow) noexcept
     return hasShadow;
 }
 
+// Not handled yet: a signal ends the process as it always does (settings not yet saved may be lost).
+void quitOnTerminationRequests() noexcept {}
+
 } // namespace platform

@@ -30,4 +30,6 @@ bool drawsWindowShadow(NativeWindow, bool) noexcept
     return false;
 }
 
+void quitOnTerminationRequests() noexcept {}
+
 } // namespace platform

@@ -203,4 +203,7 @@ bool drawsWindowShadow(NativeWindow, bool hasShadow) noexcept
     return hasShadow;
 }
 
+// A GUI process gets WM_CLOSE / WM_QUERYENDSESSION, which Qt already turns into a normal quit.
+void quitOnTerminationRequests() noexcept {}
+
 } // namespace platform
