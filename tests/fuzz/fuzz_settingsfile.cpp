@@ -5,28 +5,11 @@
 #include "FuzzSupport.h"
 
 #include "SettingsFileFormat.h"
+#include "SettingsLines.h"
 
 #include <QStringList>
 
 namespace {
-
-// Lines with their breaks, exactly as in the file; "\n", "\r\n" and a lone "\r" end a line.
-QList<QByteArray> linesOf(const QByteArray& file)
-{
-    QList<QByteArray> lines;
-    qsizetype start = 0;
-    for (qsizetype i = 0; i < file.size(); ++i) {
-        if (file[i] != '\n' && file[i] != '\r')
-            continue;
-        if (file[i] == '\r' && i + 1 < file.size() && file[i + 1] == '\n')
-            ++i;
-        lines.append(file.mid(start, i + 1 - start));
-        start = i + 1;
-    }
-    if (start < file.size())
-        lines.append(file.mid(start));
-    return lines;
-}
 
 // Equal kinds and the same stored form: a value that is not equal to itself (a NaN) still counts as kept.
 bool sameMap(const QSettings::SettingsMap& a, const QSettings::SettingsMap& b)
@@ -40,17 +23,6 @@ bool sameMap(const QSettings::SettingsMap& a, const QSettings::SettingsMap& b)
             return false;
     }
     return true;
-}
-
-// Whether the line, read on its own, holds the key (under whatever section it sits).
-bool holdsKey(const QByteArray& line, const QString& key)
-{
-    const QSettings::SettingsMap own = SettingsFileFormat::parse("[General]\n" + line);
-    for (auto it = own.cbegin(); it != own.cend(); ++it) {
-        if (it.key() == key || key.endsWith(QLatin1Char('/') + it.key()))
-            return true;
-    }
-    return false;
 }
 
 } // namespace
@@ -95,30 +67,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     // byte-order mark that opens the file.
     const QByteArray mark("\xEF\xBB\xBF");
     FUZZ_CHECK(!original.startsWith(mark) || saved.startsWith(mark));
-    const qsizetype skip = original.startsWith(mark) ? mark.size() : 0;
-    // Compared without their line breaks: a lone "\r" before a removed line and the "\n" after it
-    // become one "\r\n", and a last line gains a break when a key is added after it. Blank lines mean
-    // nothing and may merge the same way.
-    const auto content = [](const QByteArray& file) {
-        QList<QByteArray> lines;
-        for (QByteArray line : linesOf(file)) {
-            while (line.endsWith('\n') || line.endsWith('\r'))
-                line.chop(1);
-            if (!line.trimmed().isEmpty())
-                lines.append(line);
-        }
-        return lines;
-    };
-    const QList<QByteArray> before = content(original.mid(skip));
-    const QList<QByteArray> after = content(saved.mid(skip));
-    qsizetype at = 0;
-    for (const QByteArray& line : before) {
-        if (holdsKey(line, key))
-            continue;
-        while (at < after.size() && after[at] != line)
-            ++at;
-        FUZZ_CHECK(at < after.size());
-        ++at;
-    }
+    FUZZ_CHECK(settingslines::keptAllBut(original, saved, key));
     return 0;
 }
