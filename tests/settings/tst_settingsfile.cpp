@@ -240,8 +240,11 @@ void TestSettingsFile::removedKeyLosesEveryLine()
 
     // Found by fuzzing: the first line removed must not turn the next line's leading bytes into the
     // file's byte-order mark.
-    const QByteArray marked("a=1\n\xEF\xBB\xBF" "b=2\n");
-    const QSettings::SettingsMap rest{{QString::fromLatin1("\xEF\xBB\xBF" "b"), QStringLiteral("2")}};
+    const QByteArray marked("a=1\n\xEF\xBB\xBF"
+                            "b=2\n");
+    const QSettings::SettingsMap rest{{QString::fromLatin1("\xEF\xBB\xBF"
+                                                           "b"),
+                                       QStringLiteral("2")}};
     QCOMPARE(SettingsFileFormat::parse(marked).size(), 2);
     QCOMPARE(SettingsFileFormat::parse(SettingsFileFormat::rewrite(marked, rest)), rest);
 }
