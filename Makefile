@@ -8,7 +8,7 @@ PRESET := sanitize
 endif
 BUILD_DIR := build/$(PRESET)
 
-.PHONY: all deps configure build run test bench stage format tidy clean package package-test
+.PHONY: all deps configure build run test bench stage format tidy clean package package-test fuzz
 
 all: build
 
@@ -47,6 +47,10 @@ package: deps
 # Builds the .deb, unpacks it and runs what it installs under its own X server.
 package-test:
 	@tests/packaging/test-deb.sh
+
+# The fuzz targets (tests/fuzz), built with clang, each run from its seed corpus for FUZZ_SECONDS (30).
+fuzz: deps
+	@tests/fuzz/run.sh
 
 format:
 	@git ls-files '*.cpp' '*.h' '*.mm' | xargs clang-format -i

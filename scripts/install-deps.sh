@@ -18,6 +18,8 @@ packages=(
     # input and window inspection, screenshots,
     # a sound server with a null sink, sound analysis, and the Windows cross compiler for the Win32 code
     xvfb xauth openbox metacity xdotool x11-utils imagemagick pulseaudio pulseaudio-utils sox g++-mingw-w64-x86-64
+    # test: the fuzz targets (make fuzz): Debian's clang with libFuzzer and the sanitizer runtimes
+    clang-14 libclang-rt-14-dev
 )
 
 # make bench also compares with two timers users already have, formats its table with python3, counts the

@@ -18,6 +18,9 @@ int main(int argc, char* argv[])
     QApplication::setWindowIcon(icon);
     // The panel is a tool window; quitting is the context menu's job (or a close of the panel).
     QApplication::setQuitOnLastWindowClosed(false);
+    // A signal to end (a logout, kill, Ctrl+C in a terminal) quits as the menu does, so pending settings
+    // are saved.
+    platform::quitOnTerminationRequests();
 
     // Before the panel can take the keyboard, so that it is known where the presenter was.
     platform::watchActiveWindow();

@@ -57,4 +57,11 @@ void setWindowShadow(NativeWindow window, bool hasShadow) noexcept;
 /// panel draws its own edge so that it stands out from a slide of its own colour.
 bool drawsWindowShadow(NativeWindow window, bool hasShadow) noexcept;
 
+/// Makes a request to end the process from outside (SIGTERM, SIGINT and SIGHUP on POSIX systems) quit the
+/// application the normal way, from its event loop, so that everything that happens at a normal quit
+/// (pending settings reaching the disk among it) happens then too. Call once, after the application object
+/// exists. Does nothing where the platform has no such requests or they already end the application
+/// cleanly.
+void quitOnTerminationRequests() noexcept;
+
 } // namespace platform

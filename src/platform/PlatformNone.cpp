@@ -36,5 +36,6 @@ unsigned long windowListReads() noexcept
 {
     return 0;
 }
+void quitOnTerminationRequests() noexcept {}
 
 } // namespace platform

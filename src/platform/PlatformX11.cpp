@@ -15,12 +15,19 @@
 
 #include <QAbstractNativeEventFilter>
 #include <QByteArray>
+#include <QCoreApplication>
 #include <QGuiApplication>
 #include <QPointer>
 #include <QSocketNotifier>
 #include <QWindow>
 
 #include <xcb/xcb.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
 
 #include <algorithm>
 #include <cstdint>
@@ -690,6 +697,48 @@ void setWindowShadow(NativeWindow, bool) noexcept {}
 bool drawsWindowShadow(NativeWindow, bool) noexcept
 {
     return false;
+}
+
+namespace {
+
+// The self-pipe: the signal handler may only do async-signal-safe things, so it writes one byte, and the
+// event loop, watching the other end, does the quitting.
+int g_signalPipe[2] = {-1, -1};
+
+void onTerminationSignal(int)
+{
+    const int savedErrno = errno;
+    const char byte = 1;
+    // Nothing to do if it fails: the pipe is full, so a quit is already on its way.
+    [[maybe_unused]] const ssize_t written = ::write(g_signalPipe[1], &byte, 1);
+    errno = savedErrno;
+}
+
+} // namespace
+
+void quitOnTerminationRequests() noexcept
+{
+    try {
+        QCoreApplication* app = QCoreApplication::instance();
+        if (!app || g_signalPipe[0] >= 0)
+            return;
+        if (::pipe2(g_signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
+            return;
+        auto* notifier = new QSocketNotifier(qintptr(g_signalPipe[0]), QSocketNotifier::Read, app);
+        QObject::connect(notifier, &QSocketNotifier::activated, app, [] {
+            char bytes[64];
+            while (::read(g_signalPipe[0], bytes, sizeof bytes) > 0) {
+            }
+            QCoreApplication::quit();
+        });
+        struct sigaction action = {};
+        action.sa_handler = onTerminationSignal;
+        sigemptyset(&action.sa_mask);
+        action.sa_flags = SA_RESTART;
+        for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+            ::sigaction(signal, &action, nullptr);
+    } catch (...) {
+    }
 }
 
 } // namespace platform

@@ -1,13 +1,20 @@
 #include "ColorArchive.h"
 
 #include <QDataStream>
+#include <QFloat16>
 #include <QIODevice>
+
+#include <cmath>
+#include <cstring>
 
 namespace {
 
 // "BRVC": tells a colour archive apart from any other data that may sit under the key.
 constexpr quint32 Magic = 0x42525643;
 constexpr quint8 FormatVersion = 1;
+// Extended RGB as QColor holds it: four half floats, bit for bit. Version 1 went through fromRgbF(), which
+// turns a colour whose components all lie within 0-1 into plain RGB and rounds its alpha.
+constexpr quint8 ExtendedFormatVersion = 2;
 constexpr QDataStream::Version StreamVersion = QDataStream::Qt_6_0;
 
 bool isUnit(double v)
@@ -19,6 +26,36 @@ bool isUnit(double v)
 bool isExtendedComponent(double v)
 {
     return v >= -65504.0 && v <= 65504.0;
+}
+
+quint16 halfBits(float v)
+{
+    const qfloat16 half(v);
+    quint16 bits = 0;
+    std::memcpy(&bits, &half, sizeof bits);
+    return bits;
+}
+
+float halfValue(quint16 bits)
+{
+    qfloat16 half;
+    std::memcpy(&half, &bits, sizeof bits);
+    return float(half);
+}
+
+// Version 2: alpha, red, green, blue as half-float bits.
+QColor unarchiveExtended(QDataStream& in)
+{
+    quint16 alpha = 0, red = 0, green = 0, blue = 0;
+    in >> alpha >> red >> green >> blue;
+    const float a = halfValue(alpha);
+    if (in.status() != QDataStream::Ok || !in.atEnd() || !isUnit(a))
+        return {};
+    for (const quint16 c : {red, green, blue}) {
+        if (!std::isfinite(halfValue(c)))
+            return {};
+    }
+    return QColor(QColor::ExtendedRgb, alpha, red, green, blue, 0);
 }
 
 bool isHue(double v)
@@ -35,6 +72,14 @@ QByteArray archivedDataWithRootObject(const QColor& color)
     QDataStream out(&data, QIODevice::WriteOnly);
     out.setVersion(StreamVersion);
     out.setFloatingPointPrecision(QDataStream::DoublePrecision);
+    if (color.spec() == QColor::ExtendedRgb) {
+        float r = 0, g = 0, b = 0, a = 0;
+        color.getRgbF(&r, &g, &b, &a);
+        // The floats come from half floats, so converting back is exact.
+        out << Magic << ExtendedFormatVersion << quint8(QColor::ExtendedRgb) << halfBits(a) << halfBits(r)
+            << halfBits(g) << halfBits(b);
+        return data;
+    }
     out << Magic << FormatVersion << quint8(color.spec());
 
     float a = 0, b = 0, c = 0, d = 0, alpha = 0;
@@ -48,8 +93,7 @@ QByteArray archivedDataWithRootObject(const QColor& color)
         break;
     }
     case QColor::ExtendedRgb:
-        color.getRgbF(&a, &b, &c, &alpha);
-        out << double(a) << double(b) << double(c) << double(alpha);
+        // Written above, in its own version.
         break;
     case QColor::Hsv:
         color.getHsvF(&a, &b, &c, &alpha);
@@ -77,7 +121,11 @@ QColor unarchiveObjectWithData(const QByteArray& data)
     quint8 version = 0;
     quint8 model = 0;
     in >> magic >> version >> model;
-    if (in.status() != QDataStream::Ok || magic != Magic || version != FormatVersion)
+    if (in.status() != QDataStream::Ok || magic != Magic)
+        return {};
+    if (version == ExtendedFormatVersion && model == QColor::ExtendedRgb)
+        return unarchiveExtended(in);
+    if (version != FormatVersion)
         return {};
 
     QColor color;
@@ -92,6 +140,7 @@ QColor unarchiveObjectWithData(const QByteArray& data)
         break;
     }
     case QColor::ExtendedRgb:
+        // Only archives of version 1 come here.
         in >> a >> b >> c >> alpha;
         if (isExtendedComponent(a) && isExtendedComponent(b) && isExtendedComponent(c) && isUnit(alpha))
             color = QColor::fromRgbF(float(a), float(b), float(c), float(alpha));

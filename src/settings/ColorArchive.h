@@ -2,8 +2,8 @@
 
 // The one stored form of a colour, shared by everything that writes or reads "BRVTextColor" and
 // "BRVBgColor". It keeps the colour's model (RGB, HSV, HSL or CMYK) and its components at full precision,
-// so a colour comes back equal (QColor::operator==) to the one archived. Extended-RGB colours whose
-// components all lie within 0-1 come back as plain RGB, which still compares equal.
+// so a colour comes back equal (QColor::operator==) to the one archived. Extended-RGB colours are kept as
+// QColor holds them, half floats bit for bit, so they come back extended, with the very same alpha.
 
 #include <QByteArray>
 #include <QColor>

@@ -23,18 +23,44 @@ void post(const QString& name)
     NotificationCenter::defaultCenter().postNotificationName(name, PreferenceController::classObject());
 }
 
-// An index is kept only when it points into the sound list as stored right now.
-qint64 validIndex(qint64 index)
+// The stored list's text; the index rules below count and pick names in it without splitting it, since
+// a list of megabytes would otherwise be split several times at every launch.
+QString storedSoundList()
 {
-    const qint64 count = PreferenceController::preferenceSoundFiles().size();
-    return index >= 0 && index < count ? index : 0;
+    return defaults().stringForKey(PreferenceKeys::SoundFiles);
 }
 
-// The name at the stored index; null while the store holds no sound list at all.
-QString soundNameAt(qint64 validatedIndex)
+// As preferenceSoundFiles().size(): no value is no names, any text at least one.
+qint64 soundCount(const QString& list)
 {
-    const QStringList names = PreferenceController::preferenceSoundFiles();
-    return names.value(validatedIndex);
+    return list.isNull() ? 0 : list.count(SoundListSeparator) + 1;
+}
+
+// An index is kept only when it points into the sound list as stored right now.
+qint64 validIndex(qint64 index, const QString& list)
+{
+    return index >= 0 && index < soundCount(list) ? index : 0;
+}
+
+qint64 validIndex(qint64 index)
+{
+    return validIndex(index, storedSoundList());
+}
+
+// The name at the stored index, as preferenceSoundFiles().value(index); null while the store holds no
+// sound list at all.
+QString soundNameAt(qint64 storedIndex)
+{
+    const QString list = storedSoundList();
+    if (list.isNull())
+        return {};
+    const qint64 index = validIndex(storedIndex, list);
+    qsizetype start = 0;
+    for (qint64 i = 0; i < index; ++i)
+        start = list.indexOf(SoundListSeparator, start) + 1;
+    const qsizetype end = list.indexOf(SoundListSeparator, start);
+    const QString name = list.mid(start, end < 0 ? -1 : end - start);
+    return name.isNull() ? QStringLiteral("") : name;
 }
 
 } // namespace
@@ -129,12 +155,12 @@ void PreferenceController::setPreferenceReminderSoundIndex(qint64 index)
 
 QString PreferenceController::preferenceSelectedSoundName()
 {
-    return soundNameAt(preferenceSelectedSoundIndex());
+    return soundNameAt(defaults().integerForKey(PreferenceKeys::SelectedSoundIndex));
 }
 
 QString PreferenceController::preferenceReminderSoundName()
 {
-    return soundNameAt(preferenceReminderSoundIndex());
+    return soundNameAt(defaults().integerForKey(PreferenceKeys::SelectedReminderSoundIndex));
 }
 
 bool PreferenceController::preferencePlaySound()

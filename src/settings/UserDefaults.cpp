@@ -1,5 +1,6 @@
 #include "UserDefaults.h"
 
+#include "SettingsFileFormat.h"
 #include "TextValues.h"
 
 #include <QCoreApplication>
@@ -67,7 +68,7 @@ class GuardedSettings : public QSettings
 {
 public:
     explicit GuardedSettings(std::function<void()> save)
-        : QSettings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("Brevlin"),
+        : QSettings(SettingsFileFormat::format(), QSettings::UserScope, QStringLiteral("Brevlin"),
                     QStringLiteral("Brevlin"))
         , m_save(std::move(save))
     {}

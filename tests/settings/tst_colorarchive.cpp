@@ -48,6 +48,9 @@ private slots:
     void componentsOutOfRangeGiveAnInvalidColour_data();
     void componentsOutOfRangeGiveAnInvalidColour();
     void damagedBytesNeverDecodeToNonsense();
+    void extendedRgbKeepsItsModelAndAlpha_data();
+    void extendedRgbKeepsItsModelAndAlpha();
+    void extendedRgbWithBrokenHalfFloatsIsInvalid();
 };
 
 void TestColorArchive::roundTrip_data()
@@ -209,6 +212,49 @@ void TestColorArchive::damagedBytesNeverDecodeToNonsense()
                 QCOMPARE(unarchiveObjectWithData(archivedDataWithRootObject(back)), back);
         }
     }
+}
+
+void TestColorArchive::extendedRgbKeepsItsModelAndAlpha_data()
+{
+    QTest::addColumn<QColor>("color");
+    // Within 0-1 the old archive gave plain RGB back, with an alpha rounded to 16 bits.
+    QTest::newRow("within 0-1") << QColor::fromRgbF(0.2f, 0.4f, 0.6f, 0.7f).toExtendedRgb();
+    QTest::newRow("beyond 0-1") << QColor::fromRgbF(1.5f, -0.25f, 0.5f, 0.3f);
+    QTest::newRow("transparent") << QColor::fromRgbF(2.0f, 0.0f, 0.0f, 0.0f);
+    QTest::newRow("largest half") << QColor::fromRgbF(65504.0f, -65504.0f, 1.0f, 1.0f);
+}
+
+void TestColorArchive::extendedRgbKeepsItsModelAndAlpha()
+{
+    QFETCH(QColor, color);
+    QCOMPARE(color.spec(), QColor::ExtendedRgb);
+    const QColor back = unarchiveObjectWithData(archivedDataWithRootObject(color));
+    QCOMPARE(back.spec(), QColor::ExtendedRgb);
+    QCOMPARE(back, color);
+    float r1 = 0, g1 = 0, b1 = 0, a1 = 0, r2 = 0, g2 = 0, b2 = 0, a2 = 0;
+    color.getRgbF(&r1, &g1, &b1, &a1);
+    back.getRgbF(&r2, &g2, &b2, &a2);
+    // Exactly, not within a tolerance.
+    QVERIFY(r1 == r2 && g1 == g2 && b1 == b2 && a1 == a2);
+    QCOMPARE(archivedDataWithRootObject(back), archivedDataWithRootObject(color));
+}
+
+void TestColorArchive::extendedRgbWithBrokenHalfFloatsIsInvalid()
+{
+    const auto archive = [](quint16 alpha, quint16 red) {
+        QByteArray data;
+        QDataStream out(&data, QIODevice::WriteOnly);
+        out.setVersion(QDataStream::Qt_6_0);
+        out << Magic << quint8(2) << quint8(QColor::ExtendedRgb) << alpha << red << quint16(0) << quint16(0);
+        return data;
+    };
+    // Half floats: 0x3c00 is 1.0, 0x7c00 infinity, 0x7e00 not a number, 0x4000 is 2.0.
+    QVERIFY(unarchiveObjectWithData(archive(0x3c00, 0x3c00)).isValid());
+    QVERIFY(!unarchiveObjectWithData(archive(0x3c00, 0x7c00)).isValid());
+    QVERIFY(!unarchiveObjectWithData(archive(0x3c00, 0x7e00)).isValid());
+    QVERIFY(!unarchiveObjectWithData(archive(0x4000, 0x3c00)).isValid());
+    QVERIFY(!unarchiveObjectWithData(archive(0x3c00, 0x3c00).chopped(1)).isValid());
+    QVERIFY(!unarchiveObjectWithData(archive(0x3c00, 0x3c00) + '\0').isValid());
 }
 
 BREVLIN_TEST_MAIN_CORE(TestColorArchive)
