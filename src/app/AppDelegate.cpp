@@ -257,7 +257,12 @@ void AppDelegate::handleTextColorChange()
     QPalette palette = field->palette();
     // The caret is drawn in the text colour, so this one role colours both. Damaged data gives no colour;
     // the field then keeps the platform's own.
-    palette.setColor(QPalette::Text, color.isValid() ? color : QPalette().color(QPalette::Text));
+    const QColor text = color.isValid() ? color : QPalette().color(QPalette::Text);
+    palette.setColor(QPalette::Text, text);
+    // The hint of an empty field, in the same colour half faded, so it reads on any background.
+    QColor hint = text;
+    hint.setAlphaF(text.alphaF() / 2);
+    palette.setColor(QPalette::PlaceholderText, hint);
     palette.setColor(QPalette::Base, Qt::transparent);
     field->setPalette(palette);
 }

@@ -43,7 +43,9 @@ void sizeToFit(QLineEdit* field)
 {
     const QFontMetricsF metrics(field->font());
     const QMargins margins = field->textMargins();
-    const qreal width = metrics.horizontalAdvance(field->text()) + margins.left() + margins.right() +
+    // An empty field fits its hint, so that it stays big enough to find and click into.
+    const QString shown = field->text().isEmpty() ? field->placeholderText() : field->text();
+    const qreal width = metrics.horizontalAdvance(shown) + margins.left() + margins.right() +
                         2 * innerHorizontalMargin + caretRoom;
     const qreal height = metrics.height() + margins.top() + margins.bottom() + 2 * innerVerticalMargin;
     field->resize(static_cast<int>(std::ceil(width)), static_cast<int>(std::ceil(height)));

@@ -304,6 +304,22 @@ private slots:
         QCOMPARE(PreferenceController::preferenceCountdownTime(), QStringLiteral("00:01:00"));
     }
 
+    void anEmptyFieldShowsItsHintAndIsSizedToIt()
+    {
+        AppDelegate& d = launch();
+        d.input()->clear();
+        d.updateUI();
+        QCOMPARE(d.input()->placeholderText(), QStringLiteral("h:mm:ss"));
+        const qreal hintWidth = QFontMetricsF(d.input()->font()).horizontalAdvance(QStringLiteral("h:mm:ss"));
+        QVERIFY2(d.input()->width() >= hintWidth, qPrintable(QString::number(d.input()->width())));
+        // The play button keeps its gap from the field, not from an empty spot.
+        QCOMPARE(d.playButton()->x(), d.input()->geometry().right() + 1 + 10);
+        const QColor text = d.input()->palette().color(QPalette::Text);
+        const QColor hint = d.input()->palette().color(QPalette::PlaceholderText);
+        QCOMPARE(hint.rgb(), text.rgb());
+        QVERIFY(hint.alphaF() < text.alphaF());
+    }
+
     void aVeryLongTypingStopsAtTheLongestUsefulTime()
     {
         AppDelegate& d = launch();
