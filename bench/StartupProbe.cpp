@@ -23,6 +23,8 @@
 // its first window. Windows of 1×1 pixels or less (helpers that some toolkits map off screen) do not count.
 // --dump saves the first drawn image, to check what was seen.
 
+#include "XcbReply.h"
+
 #include <xcb/xcb.h>
 
 #include <algorithm>
@@ -44,13 +46,8 @@
 
 namespace {
 
-struct FreeDeleter
-{
-    void operator()(void* p) const noexcept { std::free(p); }
-};
-
 template <typename T>
-using Reply = std::unique_ptr<T, FreeDeleter>;
+using Reply = testsupport::XcbReply<T>;
 
 /// Milliseconds on the monotonic clock (libstdc++'s steady_clock reads CLOCK_MONOTONIC).
 double nowMs()

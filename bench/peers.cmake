@@ -21,6 +21,8 @@ if(UNIX AND NOT APPLE)
     if(BENCH_XCB_FOUND)
         add_executable(startup_probe ${CMAKE_CURRENT_LIST_DIR}/StartupProbe.cpp)
         target_link_libraries(startup_probe PRIVATE PkgConfig::BENCH_XCB)
+        # The one deleter for xcb's malloc'd replies, shared with the tests.
+        target_include_directories(startup_probe PRIVATE ${PROJECT_SOURCE_DIR}/tests/support)
         target_compile_features(startup_probe PRIVATE cxx_std_17)
         set_target_properties(startup_probe PROPERTIES
             AUTOMOC OFF
