@@ -183,6 +183,7 @@ unsigned long windowListReads() noexcept
 {
     return 0;
 }
+
 // Not handled yet: a signal ends the process as it always does (settings not yet saved may be lost).
 void quitOnTerminationRequests() noexcept {}
 

@@ -36,6 +36,7 @@ unsigned long windowListReads() noexcept
 {
     return 0;
 }
+
 void quitOnTerminationRequests() noexcept {}
 
 } // namespace platform

@@ -210,6 +210,7 @@ unsigned long windowListReads() noexcept
 {
     return 0;
 }
+
 // A GUI process gets WM_CLOSE / WM_QUERYENDSESSION, which Qt already turns into a normal quit.
 void quitOnTerminationRequests() noexcept {}
 
