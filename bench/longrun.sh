@@ -180,7 +180,9 @@ done
 kill -TERM "$app_pid"
 wait "$app_pid"
 code=$?
-pids=("${pids[@]/$app_pid/}")
+kept=()
+for pid in "${pids[@]}"; do [ "$pid" = "$app_pid" ] || kept+=("$pid"); done
+pids=("${kept[@]}")
 say "quit by SIGTERM, exit code $code; $done_changes changes seen, $missed missed"
 awk -F, 'NR > 1 && $2 != "" {
         if (n == 0) first = $2
