@@ -17,7 +17,7 @@ packages=(
     # test: a virtual display with a real window manager (openbox; metacity as the second one),
     # input and window inspection, screenshots,
     # a sound server with a null sink, sound analysis, and the Windows cross compiler for the Win32 code
-    xvfb xauth openbox metacity xdotool x11-utils imagemagick pulseaudio pulseaudio-utils sox g++-mingw-w64-x86-64
+    xvfb xauth openbox metacity xdotool wmctrl x11-utils imagemagick pulseaudio pulseaudio-utils sox g++-mingw-w64-x86-64
     # test: the fuzz targets (make fuzz): Debian's clang with libFuzzer and the sanitizer runtimes
     clang-14 libclang-rt-14-dev
 )
