@@ -84,14 +84,7 @@ private:
 
     QString resource(const QString& name) const { return m_resources.filePath(name); }
 
-    std::unique_ptr<AppDelegate> launchSoundStep()
-    {
-        auto delegate = std::make_unique<AppDelegate>();
-        delegate->registerDefaults();
-        delegate->readPrefs();
-        delegate->copyDefaultSoundAndLoadSelectedSound();
-        return delegate;
-    }
+    static std::unique_ptr<AppDelegate> launchSoundStep() { return testsupport::launchSoundStep(); }
 
     // Every built-in name in the folder is the whole resource, never a part of it; returns the names missing.
     QStringList expectWholeFilesOnly()

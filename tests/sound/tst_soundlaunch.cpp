@@ -1,6 +1,7 @@
 // The launch step that fills the sound folder with the built-in sounds and loads the two handles, and the
 // two observers that reload a handle by the stored name.
 #include "AppDelegate.h"
+#include "AppLaunch.h"
 #include "Brevlin.h"
 #include "BuiltInSounds.h"
 #include "DirectoryLocations.h"
@@ -82,15 +83,7 @@ private:
     static QString inFolder(const QString& name) { return QDir(soundFolder()).filePath(name); }
     QString resource(const QString& name) const { return m_resources.filePath(name); }
 
-    // The launch sequence's steps up to and including the sound step, in a fresh delegate.
-    std::unique_ptr<AppDelegate> launchSoundStep()
-    {
-        auto delegate = std::make_unique<AppDelegate>();
-        delegate->registerDefaults();
-        delegate->readPrefs();
-        delegate->copyDefaultSoundAndLoadSelectedSound();
-        return delegate;
-    }
+    static std::unique_ptr<AppDelegate> launchSoundStep() { return testsupport::launchSoundStep(); }
 
     void expectFolderHoldsTheResources()
     {

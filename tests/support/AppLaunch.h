@@ -26,6 +26,17 @@ inline std::unique_ptr<AppDelegate> launchPanel(QSize size = {})
     return delegate;
 }
 
+/// The launch sequence's steps up to and including the sound step (defaults, stored settings, the sound
+/// folder filled and both sounds loaded), in a fresh delegate whose panel is never shown.
+inline std::unique_ptr<AppDelegate> launchSoundStep()
+{
+    auto delegate = std::make_unique<AppDelegate>();
+    delegate->registerDefaults();
+    delegate->readPrefs();
+    delegate->copyDefaultSoundAndLoadSelectedSound();
+    return delegate;
+}
+
 /// Types a time into the panel's field over whatever it showed, and presses Return, as a presenter does.
 inline void typeAndReturn(AppDelegate& delegate, const QString& text)
 {
