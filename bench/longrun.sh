@@ -63,15 +63,8 @@ cleanup() {
 trap cleanup EXIT
 trap 'exit 143' TERM INT
 
-wait_for() { # SECONDS COMMAND...: runs COMMAND every 0.1 s until it succeeds
-    local tries=$(($1 * 10))
-    shift
-    for _ in $(seq "$tries"); do
-        "$@" >/dev/null 2>&1 && return 0
-        sleep 0.1
-    done
-    return 1
-}
+# shellcheck source=SCRIPTDIR/../scripts/wait-for.sh
+. "$here/../scripts/wait-for.sh"
 
 if [ -n "$display" ]; then
     [ -e "/tmp/.X${display#:}-lock" ] && { echo "longrun: display $display is taken" >&2; exit 1; }

@@ -15,15 +15,8 @@ repo=$(cd "$here/.." && pwd)
 # shellcheck source=SCRIPTDIR/virtual-display.sh
 . "$here/virtual-display.sh"
 
-# Waits up to $1 seconds for the command after it to succeed.
-wait_for() {
-    local deadline=$((SECONDS + $1))
-    shift
-    until "$@" >/dev/null 2>&1; do
-        [ "$SECONDS" -ge "$deadline" ] && return 1
-        sleep 0.2
-    done
-}
+# shellcheck source=SCRIPTDIR/wait-for.sh
+. "$here/wait-for.sh"
 
 active_window() { xprop -root _NET_ACTIVE_WINDOW 2>/dev/null | awk '{print $NF}'; }
 # The client (the window with a WM_CLASS) holding the keyboard, in decimal.

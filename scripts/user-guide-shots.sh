@@ -51,17 +51,8 @@ chmod 700 "$XDG_RUNTIME_DIR"
 export LC_ALL=C.UTF-8 LANG=C.UTF-8 DISPLAY="$display" QT_QPA_PLATFORM=xcb
 unset WAYLAND_DISPLAY SESSION_MANAGER
 
-# wait_for SECONDS COMMAND...: runs COMMAND every 0.1 s until it succeeds.
-wait_for() {
-    local tries=$(($1 * 10))
-    shift
-    for _ in $(seq "$tries"); do
-        "$@" >/dev/null 2>&1 && return 0
-        sleep 0.1
-    done
-    echo "gave up waiting for: $*" >&2
-    return 1
-}
+# shellcheck source=SCRIPTDIR/wait-for.sh
+. "$(cd "$(dirname "$0")" && pwd)/wait-for.sh"
 
 # geometry WINDOW: "WIDTHxHEIGHT+X+Y" of the window's inside, in root coordinates.
 geometry() {
