@@ -137,6 +137,12 @@ grep -q 'Icon (16 x 16)' <<<"$icon" || fail "the panel carries no 16 px icon"
 parec -d "$BREVLIN_TEST_SINK_MONITOR" --raw --format=s16le --rate=44100 --channels=1 >"$root/heard.raw" 2>/dev/null &
 recorder=$!
 pids+=("$recorder")
+# parec can take a moment to start on a loaded machine: the countdown starts only once it records.
+for _ in $(seq 100); do
+    [ -s "$root/heard.raw" ] && break
+    sleep 0.05
+done
+[ -s "$root/heard.raw" ] || fail "the sink's monitor could not be recorded"
 xdotool mousemove --window "$window" $((WIDTH / 3)) $((HEIGHT / 2)) click 1
 sleep 0.3
 xdotool key ctrl+a type 0:0:1
