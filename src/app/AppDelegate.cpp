@@ -315,8 +315,12 @@ void AppDelegate::preferenceClick()
     m_prefsWindowController = std::make_unique<PreferenceWindowController>();
     m_prefsWindowController->showWindow();
 
-    // Subscribed again at every opening and never removed, so a change calls each observer once per
-    // opening so far; they only re-read the store, so the repetition shows nothing.
+    // Subscribed at the first opening only, and never removed. Every observer re-reads the store and
+    // applies what it finds, so a second subscription of the same name would show nothing new; but each
+    // would be kept for the rest of the run and called at every change, the sound observers decoding
+    // their file once per opening so far. One subscription per name leaves panel and settings the same.
+    if (std::exchange(m_observersSubscribed, true))
+        return;
     using Observer = void (AppDelegate::*)();
     const std::pair<QString, Observer> observers[] = {
         {NotificationNames::TextColorChanged, &AppDelegate::handleTextColorChange},

@@ -85,8 +85,8 @@ public:
 public slots:
     void startTimer();
     void onPauseResetClick();
-    /// Opens a new preferences window, replacing any previous one, and subscribes the change observers
-    /// below once more.
+    /// Opens a new preferences window, replacing any previous one; the first opening subscribes the change
+    /// observers below, one subscription per name for the rest of the run.
     void preferenceClick();
     // The change observers: each reads its setting back from the store and applies it to the panel or to
     // the panel's settings object.
@@ -143,4 +143,5 @@ private:
         const void* observer;
     };
     ObserverRegistration m_observerRegistration{this};
+    bool m_observersSubscribed = false;
 };

@@ -3,6 +3,7 @@
 #include <QString>
 #include <QVariantMap>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -40,6 +41,8 @@ public:
     /// Delivers to every matching subscription before returning. Subscriptions added by a handler during
     /// the post are first called by the next post. Exceptions thrown by a handler pass through.
     void postNotificationName(const QString& name, const void* object, const QVariantMap& userInfo = {});
+    /// How many subscriptions are held, for every name and observer: what a long run keeps in memory.
+    std::size_t subscriptionCount() const { return m_subscriptions.size(); }
 
 private:
     struct Subscription

@@ -373,30 +373,28 @@ private slots:
         QCOMPARE(prefixed.received.size(), size_t(0));
     }
 
-    void threeOpeningsCallTheBackgroundObserverThreeTimes()
+    void manyOpeningsKeepOneSubscriptionPerName()
     {
         AppDelegate& d = launch();
-        // A probe after each opening's subscription sees whether the delegate's observer ran just before
-        // it, then paints the panel grey so that the next run of the observer shows again.
-        const QColor grey(128, 128, 128);
-        QList<QColor> seenByProbes;
-        std::vector<std::unique_ptr<int>> probes;
-        PreferenceWindowController* c = nullptr;
-        for (int i = 0; i < 3; ++i) {
-            c = &openPreferences();
-            probes.push_back(std::make_unique<int>(i));
-            NotificationCenter::defaultCenter().addObserver(
-                probes.back().get(), NotificationNames::BgColorChanged, [&](const Notification&) {
-                    seenByProbes << d.panel()->backgroundColor();
-                    d.panel()->setBackgroundColor(grey);
-                });
-        }
-        QVERIFY(pickColor(c->bgColorWell(), QColor(200, 0, 100)));
-        for (const auto& probe : probes)
-            NotificationCenter::defaultCenter().removeObserver(probe.get());
-        QCOMPARE(seenByProbes, QList<QColor>(3, QColor(200, 0, 100)));
+        NotificationCenter& center = NotificationCenter::defaultCenter();
+        const std::size_t before = center.subscriptionCount();
+        PreferenceWindowController* c = &openPreferences();
+        QCOMPARE(center.subscriptionCount(), before + std::size_t(allNotificationNames().size()));
 
-        // Without the probes: the panel ends with the new colour.
+        // A probe after the first opening paints the panel grey; had a later opening subscribed the
+        // delegate again, its observer would run after the probe and show the colour once more.
+        const QColor grey(128, 128, 128);
+        const int probe = 0;
+        center.addObserver(&probe, NotificationNames::BgColorChanged,
+                           [&](const Notification&) { d.panel()->setBackgroundColor(grey); });
+        for (int i = 0; i < 50; ++i)
+            c = &openPreferences();
+        QCOMPARE(center.subscriptionCount(), before + std::size_t(allNotificationNames().size()) + 1);
+        QVERIFY(pickColor(c->bgColorWell(), QColor(200, 0, 100)));
+        QCOMPARE(d.panel()->backgroundColor(), grey);
+        center.removeObserver(&probe);
+
+        // Without the probe: the fifty-first window's change reaches the panel.
         QVERIFY(pickColor(c->bgColorWell(), QColor(0, 200, 100)));
         QCOMPARE(d.panel()->backgroundColor(), QColor(0, 200, 100));
     }

@@ -160,7 +160,10 @@ void TestNotificationCenter::removeObserverEndsAllItsSubscriptions()
     center.addObserver(&observerA, Name, [&](const Notification&) { ++calls; });
     center.addObserver(&observerA, Name, [&](const Notification&) { ++calls; });
     center.addObserver(&observerA, OtherName, [&](const Notification&) { ++calls; });
+    center.addObserver(&observerB, Name, [&](const Notification&) {});
+    QCOMPARE(center.subscriptionCount(), std::size_t(4));
     center.removeObserver(&observerA);
+    QCOMPARE(center.subscriptionCount(), std::size_t(1));
     center.postNotificationName(Name, &senderX);
     center.postNotificationName(OtherName, &senderX);
     QCOMPARE(calls, 0);
@@ -269,6 +272,7 @@ void TestNotificationCenter::emptyHandlerSubscribesNothing()
 {
     NotificationCenter center;
     center.addObserver(&observerA, Name, NotificationCenter::Handler());
+    QCOMPARE(center.subscriptionCount(), std::size_t(0));
     int calls = 0;
     center.addObserver(&observerB, Name, [&](const Notification&) { ++calls; });
     center.postNotificationName(Name, &senderX);
