@@ -22,6 +22,8 @@ int main(int argc, char* argv[])
     // are saved.
     platform::quitOnTerminationRequests();
 
+    // A tick on a large panel must not wait for the window system to read the digits.
+    platform::sendRepaintsWithoutWaiting();
     // Before the panel can take the keyboard, so that it is known where the presenter was.
     platform::watchActiveWindow();
     AppDelegate delegate;

@@ -57,6 +57,11 @@ void setWindowShadow(NativeWindow window, bool hasShadow) noexcept;
 /// panel draws its own edge so that it stands out from a slide of its own colour.
 bool drawsWindowShadow(NativeWindow window, bool hasShadow) noexcept;
 
+/// Lets the window system connection take a repaint of the whole panel, on the largest screen, in one
+/// write, so that drawing a tick never waits for the window system to read what came before. Call once,
+/// after the application object exists. Does nothing where the platform has no such limit to raise.
+void sendRepaintsWithoutWaiting() noexcept;
+
 /// Makes a request to end the process from outside (SIGTERM, SIGINT and SIGHUP on POSIX systems) quit the
 /// application the normal way, from its event loop, so that everything that happens at a normal quit
 /// (pending settings reaching the disk among it) happens then too. Call once, after the application object

@@ -184,6 +184,9 @@ unsigned long windowListReads() noexcept
     return 0;
 }
 
+// The window server shares the window's pixels: nothing to raise.
+void sendRepaintsWithoutWaiting() noexcept {}
+
 // Not handled yet: a signal ends the process as it always does (settings not yet saved may be lost).
 void quitOnTerminationRequests() noexcept {}
 

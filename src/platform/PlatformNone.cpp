@@ -37,6 +37,8 @@ unsigned long windowListReads() noexcept
     return 0;
 }
 
+void sendRepaintsWithoutWaiting() noexcept {}
+
 void quitOnTerminationRequests() noexcept {}
 
 } // namespace platform

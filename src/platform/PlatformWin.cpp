@@ -211,6 +211,9 @@ unsigned long windowListReads() noexcept
     return 0;
 }
 
+// Windows hands a window's pixels over without a socket in between: nothing to raise.
+void sendRepaintsWithoutWaiting() noexcept {}
+
 // A GUI process gets WM_CLOSE / WM_QUERYENDSESSION, which Qt already turns into a normal quit.
 void quitOnTerminationRequests() noexcept {}
 

@@ -18,12 +18,14 @@
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QPointer>
+#include <QScreen>
 #include <QSocketNotifier>
 #include <QWindow>
 
 #include <xcb/xcb.h>
 
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -658,6 +660,37 @@ void activatePreviousWindow() noexcept
     try {
         if (xcb_connection_t* c = qtConnection())
             activatePreviousWindowOn(c);
+    } catch (...) {
+    }
+}
+
+void sendRepaintsWithoutWaiting() noexcept
+{
+    // Pictures go inside the requests (see chooseWindowSystem), so a tick's digits on a large panel are
+    // megabytes. With the socket's usual send buffer of a few hundred kilobytes the write stops several
+    // times a tick until the server has read on, each stop one more wake-up. A buffer that holds the
+    // whole panel lets the tick's write finish at once. The kernel caps what it grants at its own limit
+    // (net.core.wmem_max) and only uses what is queued; a smaller grant still helps in proportion.
+    try {
+        xcb_connection_t* c = qtConnection();
+        if (!c)
+            return;
+        qint64 largest = 0;
+        for (const QScreen* screen : QGuiApplication::screens()) {
+            const QSize pixels = screen->geometry().size() * screen->devicePixelRatio();
+            largest = std::max(largest, qint64(pixels.width()) * pixels.height());
+        }
+        constexpr qint64 bytesPerPixel = 4;
+        constexpr qint64 atMost = qint64(64) << 20;
+        // What the socket holds counts its own bookkeeping too: ask for twice the pixels.
+        const int wanted = int(std::min(largest * bytesPerPixel * 2, atMost));
+        int current = 0;
+        socklen_t length = sizeof current;
+        const int fd = xcb_get_file_descriptor(c);
+        if (::getsockopt(fd, SOL_SOCKET, SO_SNDBUF, &current, &length) == 0 && current >= wanted)
+            return;
+        // Refused or capped: the write waits as before, which is slower, never wrong.
+        ::setsockopt(fd, SOL_SOCKET, SO_SNDBUF, &wanted, sizeof wanted);
     } catch (...) {
     }
 }

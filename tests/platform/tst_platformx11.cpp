@@ -7,14 +7,19 @@
 #include "XcbReply.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QGuiApplication>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QScreen>
 #include <QStandardPaths>
 #include <QWidget>
 
 #include <xcb/xcb.h>
 
+#include <sys/socket.h>
+
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
@@ -187,6 +192,7 @@ private slots:
     void floatAboveEverythingInAnotherProcessPrintsNothing();
     void floatAboveEverythingToleratesBadWindows();
     void setWindowShadowIsHarmless();
+    void sendRepaintsWithoutWaitingMakesRoomForAWholeScreen();
 
     void activatePowerPointActivatesIt();
     void activatePowerPointAsksTheWindowManagerAsAPager();
@@ -383,6 +389,45 @@ void TestPlatformX11::floatAboveEverythingToleratesBadWindows()
     platform::floatAboveEverything(0);
     platform::floatAboveEverything(0x7ffffffe);
     platform::floatAboveEverything(~platform::NativeWindow{0});
+}
+
+namespace {
+
+int sendBufferOf(int fd)
+{
+    int size = -1;
+    socklen_t length = sizeof size;
+    return ::getsockopt(fd, SOL_SOCKET, SO_SNDBUF, &size, &length) == 0 ? size : -1;
+}
+
+} // namespace
+
+void TestPlatformX11::sendRepaintsWithoutWaitingMakesRoomForAWholeScreen()
+{
+    auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    QVERIFY(x11 && x11->connection());
+    const int fd = xcb_get_file_descriptor(x11->connection());
+    const int before = sendBufferOf(fd);
+    QVERIFY(before > 0);
+
+    platform::sendRepaintsWithoutWaiting();
+
+    // A whole screen of 32-bit pixels, twice for the kernel's bookkeeping; the kernel grants at most
+    // twice its limit.
+    const QSize screen = QGuiApplication::primaryScreen()->geometry().size();
+    QFile limitFile(QStringLiteral("/proc/sys/net/core/wmem_max"));
+    QVERIFY(limitFile.open(QIODevice::ReadOnly));
+    const qint64 limit = limitFile.readAll().trimmed().toLongLong();
+    QVERIFY(limit > 0);
+    const qint64 wanted = qint64(screen.width()) * screen.height() * 4 * 2;
+    const qint64 granted = std::min(wanted, 2 * limit);
+    const int after = sendBufferOf(fd);
+    QVERIFY2(after >= granted, qPrintable(QStringLiteral("%1 < %2").arg(after).arg(granted)));
+    QVERIFY(after >= before);
+
+    // Asked again: nothing shrinks.
+    platform::sendRepaintsWithoutWaiting();
+    QCOMPARE(sendBufferOf(fd), after);
 }
 
 void TestPlatformX11::setWindowShadowIsHarmless()
