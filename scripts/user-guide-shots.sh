@@ -27,10 +27,6 @@ out=$(realpath -m "${3:-$here/../docs/images}")
 for tool in Xvfb openbox xdotool xprop wmctrl import convert display; do
     command -v "$tool" >/dev/null || { echo "$tool is missing" >&2; exit 1; }
 done
-if [ -e "/tmp/.X${display#:}-lock" ]; then
-    echo "display $display is taken" >&2
-    exit 1
-fi
 mkdir -p "$out"
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/brevlin-shots.XXXXXX")
@@ -52,7 +48,9 @@ export LC_ALL=C.UTF-8 LANG=C.UTF-8 DISPLAY="$display" QT_QPA_PLATFORM=xcb
 unset WAYLAND_DISPLAY SESSION_MANAGER
 
 # shellcheck source=SCRIPTDIR/wait-for.sh
-. "$(cd "$(dirname "$0")" && pwd)/wait-for.sh"
+. "$here/wait-for.sh"
+# shellcheck source=SCRIPTDIR/virtual-display.sh
+. "$here/virtual-display.sh"
 
 # geometry WINDOW: "WIDTHxHEIGHT+X+Y" of the window's inside, in root coordinates.
 geometry() {
@@ -76,12 +74,7 @@ choose_from_menu() {
     xdotool key Return
 }
 
-Xvfb "$display" -screen 0 1280x800x24 -nolisten tcp -noreset >"$work/xvfb.log" 2>&1 &
-pids+=($!)
-wait_for 10 xprop -root
-openbox --sm-disable >"$work/openbox.log" 2>&1 &
-pids+=($!)
-wait_for 10 sh -c "xprop -root _NET_SUPPORTING_WM_CHECK | grep -q 'window id'"
+BREVLIN_WM=openbox start_virtual_display "$work" "$display" || exit 1
 # A calm grey desktop rather than black, so that the windows' edges show.
 convert -size 1280x800 xc:'#5a6270' "$work/desktop.png"
 # display sets the background and then reports failure for want of a window of its own.

@@ -1,14 +1,14 @@
 # Sourced, not run: a private X server with a real window manager, for the timer where no display is,
 # for the tests, the benchmarks and scripts/stage.sh.
 #
-# start_virtual_display LOGDIR
-#   Starts Xvfb (1280x800x24, black root, no TCP) on a display number it picks itself, then the window
+# start_virtual_display LOGDIR [:N]
+#   Starts Xvfb (1280x800x24, black root, no TCP) on display :N, or on a number it picks itself, then the window
 #   manager named by BREVLIN_WM (openbox unless set; also metacity, marco, xfwm4, kwin_x11), without a
 #   compositor or a session bus, and waits until it has announced itself on the root window. Exports
 #   DISPLAY and appends both process ids to the caller's `pids` array, which the caller kills on exit.
 #   Returns non-zero, with the log of what failed on stderr, when either does not come up.
 start_virtual_display() {
-    local logs=$1 wm=${BREVLIN_WM:-openbox} num="" _
+    local logs=$1 asked=${2:-} wm=${BREVLIN_WM:-openbox} num="" _
     local -a wm_command
     case "$wm" in
     openbox) wm_command=(openbox --sm-disable) ;;
@@ -28,13 +28,27 @@ start_virtual_display() {
     fi
     : >"$logs/displayfd"
     # A black root: a window nobody has painted yet reads back as one colour.
-    Xvfb -displayfd 3 -screen 0 1280x800x24 -br -nolisten tcp -noreset 3>"$logs/displayfd" >"$logs/xvfb.log" 2>&1 &
-    pids+=($!)
-    for _ in $(seq 200); do
-        num=$(head -n1 "$logs/displayfd" 2>/dev/null)
-        [ -n "$num" ] && break
-        sleep 0.05
-    done
+    if [ -n "$asked" ]; then
+        asked=${asked#:}
+        if [ -e "/tmp/.X$asked-lock" ]; then
+            echo "display :$asked is taken" >&2
+            return 1
+        fi
+        Xvfb ":$asked" -screen 0 1280x800x24 -br -nolisten tcp -noreset >"$logs/xvfb.log" 2>&1 &
+        pids+=($!)
+        for _ in $(seq 200); do
+            DISPLAY=":$asked" xprop -root >/dev/null 2>&1 && num=$asked && break
+            sleep 0.05
+        done
+    else
+        Xvfb -displayfd 3 -screen 0 1280x800x24 -br -nolisten tcp -noreset 3>"$logs/displayfd" >"$logs/xvfb.log" 2>&1 &
+        pids+=($!)
+        for _ in $(seq 200); do
+            num=$(head -n1 "$logs/displayfd" 2>/dev/null)
+            [ -n "$num" ] && break
+            sleep 0.05
+        done
+    fi
     if [ -z "$num" ]; then
         echo "Xvfb did not start" >&2
         cat "$logs/xvfb.log" >&2
