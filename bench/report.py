@@ -77,6 +77,11 @@ def main():
     line("Growth over the long countdown (MB)", [growth, None, None, None], "≈ 0 (noise)",
          None if growth is None else growth < 1.0, 2)
 
+    opening = find(rows, "prefs_opening_heap_growth")
+    if opening is not None:
+        line("Heap kept by each opening of the preferences, peak to peak over 2 000 (bytes)", [opening, None, None, None],
+             "≈ 0 (noise)", opening < 64)
+
     # CPU.
     idle = {s: find(rows, "cpu_idle_pct", s) for s in SUBJECTS}
     line("CPU while idle (% of one core)", [idle[s] for s in SUBJECTS], "", None, 3)

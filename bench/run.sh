@@ -36,6 +36,9 @@ for size in "200 60" "800 300" "4000 2000"; do
     "$isolated" --x11 -- "$build/bench/bench_layout" $size 2>/dev/null >>"$results"
 done
 
+# What each opening of the preferences window leaves on the heap.
+"$isolated" --x11 -- "$build/bench/bench_prefsopenings" 2000 100 2>/dev/null >>"$results"
+
 # What a key costs in a field that holds a long text.
 "$isolated" --x11 -- "$build/bench/bench_typing" 2>/dev/null >>"$results"
 
