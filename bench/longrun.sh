@@ -66,21 +66,9 @@ trap 'exit 143' TERM INT
 # shellcheck source=SCRIPTDIR/../scripts/wait-for.sh
 . "$here/../scripts/wait-for.sh"
 
-if [ -n "$display" ]; then
-    [ -e "/tmp/.X${display#:}-lock" ] && { echo "longrun: display $display is taken" >&2; exit 1; }
-    Xvfb "$display" -screen 0 1280x800x24 -br -nolisten tcp -noreset >"$work/xvfb.log" 2>&1 &
-    pids+=($!)
-    export DISPLAY="$display"
-    wait_for 10 xprop -root || { echo "longrun: Xvfb did not start" >&2; exit 1; }
-    openbox --sm-disable >"$work/wm.log" 2>&1 &
-    pids+=($!)
-    wait_for 20 sh -c "xprop -root _NET_SUPPORTING_WM_CHECK | grep -q 'window id'" ||
-        { echo "longrun: openbox did not start" >&2; exit 1; }
-else
-    # shellcheck source=SCRIPTDIR/../scripts/virtual-display.sh
-    . "$here/../scripts/virtual-display.sh"
-    start_virtual_display "$work" || exit 1
-fi
+# shellcheck source=SCRIPTDIR/../scripts/virtual-display.sh
+. "$here/../scripts/virtual-display.sh"
+BREVLIN_WM=openbox start_virtual_display "$work" "$display" || exit 1
 export QT_QPA_PLATFORM=xcb
 
 # Sounds on, overtime on, a reminder every second.
@@ -107,13 +95,20 @@ sleep 0.3
 xdotool key ctrl+a type 0:0:5
 xdotool key Return
 
-rss() { awk '/^VmRSS:/ {print $2}' "/proc/$app_pid/status" 2>/dev/null; }
-# The sink's RMS amplitude over two seconds: above zero while sounds play.
+# Resident memory in all, and its two parts: anonymous (the heap and stacks, the process's own) and file
+# pages (code and data of the libraries and fonts it maps, shared with other processes and reclaimable).
+rss() {
+    awk '/^VmRSS:/ {v = $2} /^RssAnon:/ {a = $2} /^RssFile:/ {f = $2} END {printf "%s,%s,%s", v, a, f}' \
+        "/proc/$app_pid/status" 2>/dev/null
+}
+# The sink's RMS amplitude over two seconds of recording (above zero while sounds play), and how many
+# seconds were recorded. Two seconds of data, not of wall clock: the recorder can take seconds to connect
+# when the machine is busy, and a timed window would then catch only a moment between two reminders.
 loudness() {
-    timeout 2 parec --device="$BREVLIN_TEST_SINK_MONITOR" --format=s16le --rate=44100 --channels=2 \
-        >"$work/sink.raw" 2>/dev/null
+    timeout 10 parec --device="$BREVLIN_TEST_SINK_MONITOR" --format=s16le --rate=44100 --channels=2 2>/dev/null |
+        head -c $((2 * 44100 * 2 * 2)) >"$work/sink.raw"
     sox -t raw -r 44100 -e signed -b 16 -c 2 "$work/sink.raw" -n stat 2>&1 |
-        awk '/RMS +amplitude/ {print $3; exit}'
+        awk '/^Length/ {len = $3} /RMS +amplitude/ {rms = $3} END {printf "%s,%s", rms, len}'
 }
 drop_shadow() { sed -n 's/^DropShadow=//p' "$conf"; }
 
@@ -141,7 +136,7 @@ change_once() {
     [ -n "$x" ] && [ "$x" != "$before" ]
 }
 
-echo "minute,vmrss_kb,changes_seen,changes_missed,sink_rms" >"$out/samples.csv"
+echo "minute,vmrss_kb,rss_anon_kb,rss_file_kb,changes_seen,changes_missed,sink_rms,sink_seconds" >"$out/samples.csv"
 start=$(date +%s)
 total=$((minutes * 60))
 done_changes=0 missed=0 next_sample=0 minute=0
