@@ -14,21 +14,23 @@
 # Appends JSON lines to OUT_JSONL (see process_metrics.sh).
 #
 #   bench/counting_sizes.sh BUILD_DIR OUT_JSONL [--seconds N] [--display :N] [--brevlin PATH --label NAME]
-#                           [--long]
+#                           [--long] [--from H:M:S]
 #
 # --long runs 3840x2160 alone, reported as size "3840x2160-long" and without the drag: for a drift run of
-# many minutes (--seconds 600), whose last picture is kept.
+# many minutes (--seconds 600), whose last pictures are kept: six screenshots half a second apart, so
+# that two builds run side by side have a pair showing the same second.
+# --from starts the countdown at another time than 1:0:0 (an hour's run needs more than an hour).
 # --display uses that display number for the private server (default: the first free one);
 # --brevlin measures another build (for example the one before a change) under the subject NAME.
 set -u
 usage() {
-    echo "usage: $0 BUILD_DIR OUT_JSONL [--seconds N] [--display :N] [--brevlin PATH --label NAME]" >&2
+    echo "usage: $0 BUILD_DIR OUT_JSONL [--seconds N] [--display :N] [--brevlin PATH --label NAME] [--long] [--from H:M:S]" >&2
     exit 2
 }
 [ $# -ge 2 ] || usage
 build_dir=$1 out=$2
 shift 2
-seconds=30 display="" brevlin="" label=brevlin long=0
+seconds=30 display="" brevlin="" label=brevlin long=0 from=1:0:0
 while [ $# -gt 0 ]; do
     case "$1" in
     --seconds) seconds=$2; shift ;;
@@ -36,11 +38,15 @@ while [ $# -gt 0 ]; do
     --brevlin) brevlin=$2; shift ;;
     --label) label=$2; shift ;;
     --long) long=1 ;;
+    --from) from=$2; shift ;;
     *) usage ;;
     esac
     shift
 done
 say() { echo "counting_sizes: $*" >&2; }
+[[ "$from" =~ ^([0-9]+):([0-9]+):([0-9]+)$ ]] || usage
+# What the store keeps of the typed time: two digits a field.
+stored=$(printf '%02d:%02d:%02d' "$((10#${BASH_REMATCH[1]}))" "$((10#${BASH_REMATCH[2]}))" "$((10#${BASH_REMATCH[3]}))")
 [ -n "$brevlin" ] || brevlin="$build_dir/bin/brevlin"
 watch="$build_dir/bin/frame_watch"
 [ -x "$brevlin" ] || { say "no $brevlin"; exit 1; }
@@ -114,13 +120,13 @@ run_size() { # width height
     local conf="$home/.config/Brevlin/Brevlin.conf"
     xdotool mousemove --window "$win" $((w * 2 / 5)) $((h / 2)) click 1
     sleep 0.3
-    xdotool key ctrl+a type 1:0:0
+    xdotool key ctrl+a type "$from"
     xdotool key Return
     for _ in $(seq 50); do
-        grep -qx "BRVCountdownTime=01:00:00" "$conf" 2>/dev/null && break
+        grep -qx "BRVCountdownTime=$stored" "$conf" 2>/dev/null && break
         sleep 0.1
     done
-    grep -qx "BRVCountdownTime=01:00:00" "$conf" 2>/dev/null || {
+    grep -qx "BRVCountdownTime=$stored" "$conf" 2>/dev/null || {
         say "$label at ${w}x$h: the countdown did not start"
         kill "$pid"
         return 1
@@ -184,6 +190,12 @@ run_size() { # width height
             "CPU time of the process per step of a drag of the panel's corner from $size ($steps steps of 8 px, the panel went from $before to $after px wide; each step one updateUI and the hand-back, while counting; clock ticks of 1/$clock_ticks s)" "$size"
     fi
     import -window root "$root/shot.png" 2>/dev/null && cp "$root/shot.png" "$(dirname "$out")/counting-$label-$size.png"
+    if [ "$long" = 1 ]; then
+        for k in 1 2 3 4 5 6; do
+            sleep 0.5
+            import -window root "$(dirname "$out")/counting-$label-$size-$k.png" 2>/dev/null
+        done
+    fi
     [ -n "${SHOT_LOG:-}" ] && echo "$label $size $(date +%T.%N) $(cat "$conf")" >>"$SHOT_LOG"
     kill "$pid"
     wait "$pid" 2>/dev/null
