@@ -5,6 +5,7 @@
 #include "FocusReturn.h"
 #include "PreferenceController.h"
 #include "SinkRecorder.h"
+#include "Sound.h"
 #include "StoredSettings.h"
 #include "TestMain.h"
 #include "TitlelessPanel.h"
@@ -22,6 +23,24 @@ double peak(const QVector<qint16>& samples)
     for (qint16 s : samples)
         highest = std::max(highest, std::abs(int(s)));
     return highest / 32768.0;
+}
+
+// Sounds begun in the recording: a 10 ms window louder than the threshold after at least 0.3 s of quiet.
+int onsets(const QVector<qint16>& samples)
+{
+    const int window = SinkRecorder::sampleRate / 100;
+    int count = 0;
+    int quiet = 30;
+    for (qsizetype start = 0; start + window <= samples.size(); start += window) {
+        if (SinkRecorder::rms(samples.mid(start, window)) > 0.01) {
+            if (quiet >= 30)
+                ++count;
+            quiet = 0;
+        } else {
+            ++quiet;
+        }
+    }
+    return count;
 }
 
 struct Heard
@@ -112,6 +131,35 @@ private slots:
         QVERIFY(countDownOneSecond(heard));
         QVERIFY2(heard.beforeRms < 0.001, qPrintable(QString::number(heard.beforeRms)));
         QVERIFY2(heard.afterPeak > 0.1, qPrintable(QString::number(heard.afterPeak)));
+    }
+
+    void aReminderEverySecondIsHeardAtEveryOvertimeTick()
+    {
+        // A reminder shorter than a second, due every second: each overtime tick is heard, none skipped
+        // because the one before is still thought to be playing.
+        PreferenceController::setPreferencePlaySound(false);
+        PreferenceController::setPreferenceRemindEveryInterval(QStringLiteral("0:0:1"));
+        AppDelegate d;
+        d.panel()->show();
+        d.applicationDidFinishLaunching();
+        QVERIFY(QTest::qWaitFor([&d] { return d.reminderSound() != nullptr; }, 5000));
+        const auto reminder = std::dynamic_pointer_cast<Sound>(d.reminderSound());
+        QVERIFY(reminder && reminder->duration() < 0.5);
+
+        SinkRecorder recorder;
+        QVERIFY(recorder.start());
+        QVERIFY(recorder.waitUntilRecording());
+        d.input()->setText(QStringLiteral("0:0:1"));
+        d.startTimer();
+        QVERIFY(QTest::qWaitFor([&d] { return d.input()->text() == QLatin1String("-00:00:01"); }, 4000));
+        QVERIFY(QTest::qWaitFor([&d] { return d.input()->text() == QLatin1String("-00:00:08"); }, 9000));
+        // The last reminder is let out of the sound server before the recording ends.
+        QTest::qWait(900);
+        const auto samples = recorder.stop();
+        const int heard = onsets(samples);
+        qInfo("%d reminders heard in %.2f s", heard, double(samples.size()) / SinkRecorder::sampleRate);
+        // Eight reminders: -00:00:01 to -00:00:08.
+        QCOMPARE(heard, 8);
     }
 };
 

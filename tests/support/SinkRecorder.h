@@ -28,6 +28,13 @@ public:
         return m_process.waitForStarted(5000);
     }
 
+    /// Waits until the sound server delivers the first samples: the recorder can take a while to connect
+    /// on a busy machine, and what plays before then is not recorded.
+    bool waitUntilRecording(int msecs = 5000)
+    {
+        return m_process.bytesAvailable() > 0 || m_process.waitForReadyRead(msecs);
+    }
+
     /// Stops and returns the recorded samples.
     QVector<qint16> stop()
     {
