@@ -11,7 +11,8 @@
 #     arrived minus that. Jitter = p99 - median, drift = the last frame's lateness - the first's.
 # Then measures the drag-resize cost: 40 resize steps of the panel through xdotool, each one re-laying
 # the panel out and handing the keyboard back; CPU time of the process divided by the steps.
-# Appends JSON lines to OUT_JSONL (see process_metrics.sh).
+# Appends JSON lines to OUT_JSONL (see process_metrics.sh); beside it, each size's frames
+# (frames-LABEL-SIZE.tsv: arrival in ms, lateness in ms) and closing screenshot.
 #
 #   bench/counting_sizes.sh BUILD_DIR OUT_JSONL [--seconds N] [--display :N] [--brevlin PATH --label NAME]
 #                           [--long] [--from H:M:S]
@@ -151,6 +152,8 @@ run_size() { # width height
     # Frames: lateness against the 1 s grid of the second one (the first is dropped: it can be a repaint
     # of the watcher's own start rather than a tick).
     awk 'NR == 2 { first = $1 } NR >= 2 { late = $1 - first - (NR - 2) * 1000; print late }' "$root/frames-$w.txt" >"$root/late"
+    # Kept beside the results: which frames were late tells a slow paint from a busy machine.
+    paste "$root/frames-$w.txt" <(echo; cat "$root/late") >"$(dirname "$out")/frames-$label-$size.tsv"
     local n
     n=$(wc -l <"$root/late")
     if [ "$n" -ge 5 ]; then
@@ -189,6 +192,8 @@ run_size() { # width height
         emit resize_step_ms "$(awk -v c="$((r1 - r0))" -v hz="$clock_ticks" -v n="$steps" 'BEGIN { printf "%.3f", c / hz * 1000 / n }')" ms \
             "CPU time of the process per step of a drag of the panel's corner from $size ($steps steps of 8 px, the panel went from $before to $after px wide; each step one updateUI and the hand-back, while counting; clock ticks of 1/$clock_ticks s)" "$size"
     fi
+    emit rss_counting_mb "$(awk '/^VmRSS/ { printf "%.1f", $2 / 1024 }' "/proc/$pid/status")" MB \
+        "resident memory (VmRSS) after counting at $size$([ "$long" = 0 ] && echo " and the drag")" "$size"
     import -window root "$root/shot.png" 2>/dev/null && cp "$root/shot.png" "$(dirname "$out")/counting-$label-$size.png"
     if [ "$long" = 1 ]; then
         for k in 1 2 3 4 5 6; do

@@ -107,6 +107,9 @@ def main():
         step = find(rows, "resize_step_ms", size=size)
         if step is not None:
             line(f"Drag-resize step from {size}, CPU incl. hand-back (ms)", [step, None, None, None], "", None, 2)
+        held = find(rows, "rss_counting_mb", size=size)
+        if held is not None:
+            line(f"Resident memory after counting and the drag at {size} (MB)", [held, None, None, None], "", None, 1)
     long_drift = find(rows, "tick_server_drift_ms", size="3840x2160-long")
     if long_drift is not None:
         line("Frame drift at the X server over the long run (ms)", [long_drift, None, None, None], "within ±2",
