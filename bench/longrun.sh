@@ -46,7 +46,7 @@ if [ -z "${BREVLIN_LONGRUN_INSIDE:-}" ]; then
     BREVLIN_LONGRUN_INSIDE=1 exec "$here/../tests/support/isolated-run.sh" --pulse -- "$0" "${args[@]}" --out "$out" "$app"
 fi
 
-for tool in Xvfb openbox xdotool xprop wmctrl parec sox; do
+for tool in Xvfb openbox xdotool xprop wmctrl parec pactl sox python3 import; do
     command -v "$tool" >/dev/null || { echo "longrun: $tool is missing" >&2; exit 1; }
 done
 
@@ -103,13 +103,30 @@ rss() {
 }
 # The sink's RMS amplitude over two seconds of recording (above zero while sounds play), and how many
 # seconds were recorded. Two seconds of data, not of wall clock: the recorder can take seconds to connect
-# when the machine is busy, and a timed window would then catch only a moment between two reminders.
+# when the machine is busy, and a timed window would then catch only a moment between two reminders. A short
+# latency, as the tests' recorder asks: with the server's default the monitor's data came in fragments and
+# out of time, and a reminder every second was heard irregularly or not at all.
 loudness() {
-    timeout 10 parec --device="$BREVLIN_TEST_SINK_MONITOR" --format=s16le --rate=44100 --channels=2 2>/dev/null |
+    timeout 10 parec --device="$BREVLIN_TEST_SINK_MONITOR" --format=s16le --rate=44100 --channels=2 \
+        --latency-msec=20 2>/dev/null |
         head -c $((2 * 44100 * 2 * 2)) >"$work/sink.raw"
     sox -t raw -r 44100 -e signed -b 16 -c 2 "$work/sink.raw" -n stat 2>&1 |
         awk '/^Length/ {len = $3} /RMS +amplitude/ {rms = $3} END {printf "%s,%s", rms, len}'
 }
+# Sounds begun in the recording: rising edges of 10 ms windows louder than a hundredth of full scale.
+onsets() {
+    python3 -c '
+import sys, array, math
+s = array.array("h", open(sys.argv[1], "rb").read())
+w, loud, n = 882, False, 0
+for i in range(0, len(s) - w + 1, w):
+    l = math.sqrt(sum(x * x for x in s[i:i + w]) / w) / 32768 > 0.01
+    n += l and not loud
+    loud = l
+print(n)' "$work/sink.raw"
+}
+# The streams the application has open on the sound server, and the volume of each.
+sink_inputs() { pactl list sink-inputs 2>/dev/null | awk '/^[[:space:]]*Volume:/ {printf "%s ", $5} END {print ""}'; }
 drop_shadow() { sed -n 's/^DropShadow=//p' "$conf"; }
 
 # One change as a presenter makes it: the menu's first entry opens the preferences, the drop-shadow
@@ -136,7 +153,7 @@ change_once() {
     [ -n "$x" ] && [ "$x" != "$before" ]
 }
 
-echo "minute,vmrss_kb,rss_anon_kb,rss_file_kb,changes_seen,changes_missed,sink_rms,sink_seconds" >"$out/samples.csv"
+echo "minute,vmrss_kb,rss_anon_kb,rss_file_kb,changes_seen,changes_missed,sink_rms,sink_seconds,sink_onsets" >"$out/samples.csv"
 start=$(date +%s)
 total=$((minutes * 60))
 done_changes=0 missed=0 next_sample=0 minute=0
@@ -145,8 +162,13 @@ while :; do
     now=$(($(date +%s) - start))
     kill -0 "$app_pid" 2>/dev/null || { say "the application ended at ${now}s"; exit 1; }
     if [ "$now" -ge "$next_sample" ]; then
-        echo "$minute,$(rss),$done_changes,$missed,$(loudness)" >>"$out/samples.csv"
+        echo "$minute,$(rss),$done_changes,$missed,$(loudness),$(onsets)" >>"$out/samples.csv"
         say "minute $minute: $(tail -n1 "$out/samples.csv")"
+        # What could make the reminders sound different: the stored sound settings, the open streams and
+        # their volumes, and what the panel shows.
+        say "  settings: $(grep -E '^(PlaySound|PlayReminderSound|RemindEveryInterval|Selected|SoundFiles)' "$conf" | tr '\n' ' ')"
+        say "  streams (volume each): $(sink_inputs)"
+        import -window "$panel" "$out/panel-$minute.png" 2>/dev/null
         minute=$((minute + 1))
         next_sample=$((minute * 60))
     fi
