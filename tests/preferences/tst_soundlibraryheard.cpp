@@ -63,23 +63,6 @@ double shareAt(const QVector<qint16>& samples, double frequency)
     return 2 * power / (double(samples.size()) * energy);
 }
 
-// Starts of loud stretches that follow at least 80 ms of quiet.
-int onsets(const QVector<qint16>& samples, double threshold = 0.05)
-{
-    int count = 0, quiet = 8;
-
-    for (qsizetype start = 0; start + windowSamples <= samples.size(); start += windowSamples) {
-        if (SinkRecorder::rms(samples.mid(start, windowSamples)) > threshold) {
-            if (quiet >= 8)
-                ++count;
-            quiet = 0;
-        } else {
-            ++quiet;
-        }
-    }
-    return count;
-}
-
 // Two 60 ms beeps, at the start and 0.8 s in, in a file of 1 s.
 QByteArray twoBeeps()
 {
@@ -250,7 +233,8 @@ private slots:
             2000);
         // Each playback beeps twice, the second started while the first still plays: four beeps. A second
         // click that did nothing would leave two, one that restarted the first playback three.
-        const int beeps = onsets(samples);
+        // Starts of loud stretches that follow at least 80 ms of quiet.
+        const int beeps = SinkRecorder::onsets(samples, 0.05, 8);
         qInfo("%d beeps heard", beeps);
         QCOMPARE(beeps, 4);
     }

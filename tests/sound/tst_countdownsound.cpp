@@ -25,24 +25,6 @@ double peak(const QVector<qint16>& samples)
     return highest / 32768.0;
 }
 
-// Sounds begun in the recording: a 10 ms window louder than the threshold after at least 0.3 s of quiet.
-int onsets(const QVector<qint16>& samples)
-{
-    const int window = SinkRecorder::sampleRate / 100;
-    int count = 0;
-    int quiet = 30;
-    for (qsizetype start = 0; start + window <= samples.size(); start += window) {
-        if (SinkRecorder::rms(samples.mid(start, window)) > 0.01) {
-            if (quiet >= 30)
-                ++count;
-            quiet = 0;
-        } else {
-            ++quiet;
-        }
-    }
-    return count;
-}
-
 struct Heard
 {
     double beforeRms = 0;
@@ -156,7 +138,8 @@ private slots:
         // The last reminder is let out of the sound server before the recording ends.
         QTest::qWait(900);
         const auto samples = recorder.stop();
-        const int heard = onsets(samples);
+        // Louder than 1 % after 0.3 s of quiet: the reminders are a second apart.
+        const int heard = SinkRecorder::onsets(samples, 0.01, 30);
         qInfo("%d reminders heard in %.2f s", heard, double(samples.size()) / SinkRecorder::sampleRate);
         // Eight reminders: -00:00:01 to -00:00:08.
         QCOMPARE(heard, 8);

@@ -59,6 +59,25 @@ public:
         return std::sqrt(sum / samples.size()) / 32768.0;
     }
 
+    /// Sounds begun in the samples: a 10 ms window louder than the threshold (RMS) after at least
+    /// quietWindows windows that were not.
+    static int onsets(const QVector<qint16>& samples, double threshold, int quietWindows)
+    {
+        const int window = sampleRate / 100;
+        int count = 0;
+        int quiet = quietWindows;
+        for (qsizetype start = 0; start + window <= samples.size(); start += window) {
+            if (rms(samples.mid(start, window)) > threshold) {
+                if (quiet >= quietWindows)
+                    ++count;
+                quiet = 0;
+            } else {
+                ++quiet;
+            }
+        }
+        return count;
+    }
+
 private:
     QProcess m_process;
 };
