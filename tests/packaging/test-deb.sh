@@ -134,7 +134,7 @@ grep -q 'Icon (16 x 16)' <<<"$icon" || fail "the panel carries no 16 px icon"
 
 # --- A countdown heard ------------------------------------------------------------------------------
 # Click the time, type 0:0:1, Return: one tick to zero, and the next plays the end sound.
-parec -d "$BREVLIN_TEST_SINK_MONITOR" --raw --format=s16le --rate=44100 --channels=1 >"$root/heard.raw" 2>/dev/null &
+parec -d "$BREVLIN_TEST_SINK_MONITOR" --raw --format=s16le --rate=44100 --channels=1 --latency-msec=20 >"$root/heard.raw" 2>/dev/null &
 recorder=$!
 pids+=("$recorder")
 # parec can take a moment to start on a loaded machine: the countdown starts only once it records.

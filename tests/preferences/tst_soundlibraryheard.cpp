@@ -116,10 +116,8 @@ private:
     static QVector<qint16> record(Action action, int milliseconds)
     {
         SinkRecorder recorder;
-        if (!recorder.start())
+        if (!recorder.start() || !recorder.waitUntilRecording())
             return {};
-        // parec needs a moment to connect before it hears anything.
-        QTest::qWait(400);
         action();
         QTest::qWait(milliseconds);
         return recorder.stop();

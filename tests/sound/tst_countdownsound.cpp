@@ -52,9 +52,8 @@ private:
             return false;
 
         SinkRecorder before;
-        if (!before.start())
+        if (!before.start() || !before.waitUntilRecording())
             return false;
-        QTest::qWait(200);
         d.input()->setText(QStringLiteral("0:0:1"));
         d.startTimer();
         if (!QTest::qWaitFor([&d] { return d.input()->text() == QLatin1String("00:00:00"); }, 3000))
@@ -64,7 +63,7 @@ private:
         const auto silence = before.stop();
 
         SinkRecorder after;
-        if (!after.start())
+        if (!after.start() || !after.waitUntilRecording())
             return false;
         QTest::qWait(3000);
         const auto samples = after.stop();

@@ -84,7 +84,7 @@ private slots:
 
         SinkRecorder recorder;
         QVERIFY(recorder.start());
-        QTest::qWait(200);
+        QVERIFY(recorder.waitUntilRecording());
         QElapsedTimer clock;
         clock.start();
         sound->play();
@@ -107,7 +107,7 @@ private slots:
         QVERIFY(sound);
         SinkRecorder recorder;
         QVERIFY(recorder.start());
-        QTest::qWait(200);
+        QVERIFY(recorder.waitUntilRecording());
         sound->play();
         QTest::qWait(300);
         QVERIFY(sound->isPlaying());
@@ -129,7 +129,7 @@ private slots:
         QVERIFY(sound);
         SinkRecorder recorder;
         QVERIFY(recorder.start());
-        QTest::qWait(200);
+        QVERIFY(recorder.waitUntilRecording());
         sound->play();
         waitUntilQuiet(sound);
         sound->play();
@@ -158,7 +158,7 @@ private slots:
             QVERIFY(writeFile(path, sineWav(440, 0.5, 0.0)));
         SinkRecorder recorder;
         QVERIFY(recorder.start());
-        QTest::qWait(200);
+        QVERIFY(recorder.waitUntilRecording());
         sound->play();
         waitUntilQuiet(sound);
         QTest::qWait(300);
@@ -171,7 +171,7 @@ private slots:
         // A preview, or an end sound whose handle is replaced while it plays.
         SinkRecorder recorder;
         QVERIFY(recorder.start());
-        QTest::qWait(200);
+        QVERIFY(recorder.waitUntilRecording());
         QVERIFY(Sound::playFile(toneFile(QStringLiteral("preview.wav"), 0.6)));
         {
             auto handle = Sound::withContentsOfFile(toneFile(QStringLiteral("replaced.wav"), 0.6, 0.25));

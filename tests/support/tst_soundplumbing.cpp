@@ -23,7 +23,7 @@ private slots:
 
         SinkRecorder recorder;
         QVERIFY(recorder.start());
-        QTest::qWait(200);
+        QVERIFY(recorder.waitUntilRecording());
         QCOMPARE(QProcess::execute(QStringLiteral("paplay"), {file.fileName()}), 0);
         const auto samples = recorder.stop();
         QVERIFY2(samples.size() > SinkRecorder::sampleRate / 4, "the monitor produced no samples");
@@ -40,7 +40,7 @@ private slots:
 
         SinkRecorder recorder;
         QVERIFY(recorder.start());
-        QTest::qWait(200);
+        QVERIFY(recorder.waitUntilRecording());
         QCOMPARE(QProcess::execute(QStringLiteral("paplay"), {file.fileName()}), 0);
         QTest::qWait(200);
         const double level = SinkRecorder::rms(recorder.stop());
