@@ -4,9 +4,10 @@
 //
 //   frame_watch WINDOW SECONDS
 //
-// Prints one line per frame on stdout: the CLOCK_MONOTONIC time in milliseconds when the first damage of
-// that frame arrived. Damage that arrives within 100 ms of the previous one belongs to the same frame (a
-// tick may reach the server as several requests). Exit status 1 without the extension or the window.
+// Prints one line per frame on stdout: the CLOCK_MONOTONIC times in milliseconds when the first and the
+// last damage of that frame arrived; the presenter sees the whole new time at the last. Damage that
+// arrives within 100 ms of the previous one belongs to the same frame (a tick may reach the server as
+// several requests, one a digit). Exit status 1 without the extension or the window.
 
 #include <xcb/damage.h>
 #include <xcb/xcb.h>
@@ -52,6 +53,7 @@ int main(int argc, char* argv[])
         return 1;
     }
     const double end = nowMs() + seconds * 1e3;
+    double first = -1;
     double last = -1e9;
     const int fd = xcb_get_file_descriptor(c);
     while (nowMs() < end && !xcb_connection_has_error(c)) {
@@ -61,9 +63,11 @@ int main(int argc, char* argv[])
                 // Report the next change too: the damage so far is taken back.
                 xcb_damage_subtract(c, damage, XCB_NONE, XCB_NONE);
                 xcb_flush(c);
+                // A frame is told once the next one begins, or at the end.
                 if (at - last > 100) {
-                    std::printf("%.3f\n", at);
-                    std::fflush(stdout);
+                    if (first >= 0)
+                        std::printf("%.3f %.3f\n", first, last);
+                    first = at;
                 }
                 last = at;
             }
@@ -72,6 +76,8 @@ int main(int argc, char* argv[])
         pollfd p{fd, POLLIN, 0};
         poll(&p, 1, 200);
     }
+    if (first >= 0)
+        std::printf("%.3f %.3f\n", first, last);
     xcb_disconnect(c);
     return 0;
 }

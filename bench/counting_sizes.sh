@@ -7,12 +7,13 @@
 #   - wake-ups: voluntary context switches of all its threads per second (a thread that blocks and is
 #     woken again counts one), from /proc/PID/task/*/status;
 #   - tick lateness at the X server: a second client (frame_watch) records when each frame of the panel
-#     reaches the server (Damage); frame k is due k seconds after the first one, its lateness is when it
-#     arrived minus that. Jitter = p99 - median, drift = the last frame's lateness - the first's.
+#     reaches the server (Damage), whole: when the last of its digits has arrived; frame k is due k
+#     seconds after the first one, its lateness is when it was whole minus that. Jitter = p99 - median,
+#     drift = the last frame's lateness - the first's.
 # Then measures the drag-resize cost: 40 resize steps of the panel through xdotool, each one re-laying
 # the panel out and handing the keyboard back; CPU time of the process divided by the steps.
 # Appends JSON lines to OUT_JSONL (see process_metrics.sh); beside it, each size's frames
-# (frames-LABEL-SIZE.tsv: arrival in ms, lateness in ms) and closing screenshot.
+# (frames-LABEL-SIZE.tsv: first damage, last damage, lateness, in ms) and closing screenshot.
 #
 #   bench/counting_sizes.sh BUILD_DIR OUT_JSONL [--seconds N] [--display :N] [--brevlin PATH --label NAME]
 #                           [--long] [--from H:M:S]
@@ -151,7 +152,7 @@ run_size() { # width height
         "$((s1 - s0)) voluntary context switches of all threads in ${seconds} s of counting at $size" "$size"
     # Frames: lateness against the 1 s grid of the second one (the first is dropped: it can be a repaint
     # of the watcher's own start rather than a tick).
-    awk 'NR == 2 { first = $1 } NR >= 2 { late = $1 - first - (NR - 2) * 1000; print late }' "$root/frames-$w.txt" >"$root/late"
+    awk 'NR == 2 { first = $2 } NR >= 2 { late = $2 - first - (NR - 2) * 1000; print late }' "$root/frames-$w.txt" >"$root/late"
     # Kept beside the results: which frames were late tells a slow paint from a busy machine.
     paste "$root/frames-$w.txt" <(echo; cat "$root/late") >"$(dirname "$out")/frames-$label-$size.tsv"
     local n

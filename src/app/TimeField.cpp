@@ -6,6 +6,7 @@
 #include <QLineEdit>
 #include <QPainter>
 #include <QProxyStyle>
+#include <QRegion>
 #include <QStyleHints>
 
 #include <cmath>
@@ -101,15 +102,21 @@ void TimeFieldCaret::repaintOnlyChangedText()
 void TimeFieldCaret::displayTextChanged(const QString& text)
 {
     const QString before = std::exchange(m_shownText, text);
-    qsizetype from = 0;
-    qsizetype to = text.size();
+    // Only where a character changed, each on its own: the unchanged colon between two changed digits
+    // is neither repainted nor sent. The whole field when the changed characters cannot be told apart.
+    QRegion area;
     if (before.size() == text.size()) {
-        while (from < to && before[from] == text[from])
-            ++from;
-        while (to > from && before[to - 1] == text[to - 1])
-            --to;
+        for (qsizetype i = 0; i < text.size(); ++i) {
+            if (before[i] == text[i])
+                continue;
+            const QRect character = textArea(before, text, i, i + 1);
+            if (character.isEmpty()) {
+                area = QRegion();
+                break;
+            }
+            area += character;
+        }
     }
-    const QRect area = from < to && before.size() == text.size() ? textArea(before, text, from, to) : QRect();
     if (area.isEmpty())
         m_field->update();
     else

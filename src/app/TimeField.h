@@ -14,7 +14,7 @@ void sizeToFit(QLineEdit* field);
 ///
 /// It also keeps a tick cheap: a new text of the same length repaints only the characters that changed
 /// (a line edit repaints all of itself), and the caret repaints only its own few pixels, so a tick sends
-/// the X server the last digits rather than the whole field, at any panel size.
+/// the X server the changed digits rather than the whole field, at any panel size.
 class TimeFieldCaret : public QWidget
 {
     Q_OBJECT

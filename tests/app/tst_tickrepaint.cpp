@@ -1,7 +1,8 @@
 // What a tick leaves on the screen: the panel's picture in its backing store (what the window system was
 // sent) after each tick, pause and edit is exactly the picture of the whole panel painted afresh, for
 // several sizes, colours and both shadow settings, idle, running and in overtime, across the minus sign
-// and the hours growing to three digits and back. And a tick repaints only the digits that changed.
+// and the hours growing to three digits and back. And a tick repaints only the digits that changed, each
+// on its own.
 #include "AppDelegate.h"
 #include "ColorArchive.h"
 #include "FocusReturn.h"
@@ -10,6 +11,7 @@
 #include "TestMain.h"
 #include "TitlelessPanel.h"
 
+#include <QFontMetricsF>
 #include <QLineEdit>
 #include <QPaintEvent>
 #include <QPushButton>
@@ -228,6 +230,21 @@ private slots:
         const QRect minutes = recorder.painted.boundingRect();
         QVERIFY(minutes.left() > field->width() / 4);
         QVERIFY(minutes.width() < field->width() * 3 / 4);
+        // Three digits changed, each repainted on its own: the colon between the minutes and the seconds
+        // is not repainted, the digits on both sides of it are.
+        const QRectF cursor = field->inputMethodQuery(Qt::ImCursorRectangle).toRectF();
+        const QFontMetricsF metrics(field->font());
+        const qreal origin = cursor.center().x() - metrics.horizontalAdvance(field->text());
+        const auto centreOf = [&](int index) {
+            return QPoint(qRound(origin + metrics.horizontalAdvance(field->text().left(index)) +
+                                 metrics.horizontalAdvance(field->text().at(index)) / 2),
+                          qRound(cursor.center().y()));
+        };
+        QVERIFY(!recorder.painted.contains(centreOf(5)));
+        for (int index : {4, 6, 7})
+            QVERIFY2(recorder.painted.contains(centreOf(index)), qPrintable(QString::number(index)));
+        for (int index : {0, 1, 2, 3})
+            QVERIFY(!recorder.painted.contains(centreOf(index)));
     }
 };
 
