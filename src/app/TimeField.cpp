@@ -1,9 +1,13 @@
 #include "TimeField.h"
 
+#include <QCoreApplication>
 #include <QEvent>
 #include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QLineEdit>
+#include <QList>
+#include <QPaintEngine>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QProxyStyle>
 #include <QRegion>
@@ -105,6 +109,7 @@ void TimeFieldCaret::displayTextChanged(const QString& text)
     // Only where a character changed, each on its own: the unchanged colon between two changed digits
     // is neither repainted nor sent. The whole field when the changed characters cannot be told apart.
     QRegion area;
+    QList<QRegion> characters;
     if (before.size() == text.size()) {
         for (qsizetype i = 0; i < text.size(); ++i) {
             if (before[i] == text[i])
@@ -112,15 +117,59 @@ void TimeFieldCaret::displayTextChanged(const QString& text)
             const QRect character = textArea(before, text, i, i + 1);
             if (character.isEmpty()) {
                 area = QRegion();
+                characters.clear();
                 break;
             }
+            // Apart from the characters before it: no pixel is to be painted twice.
+            characters.append(QRegion(character) - area);
             area += character;
         }
     }
-    if (area.isEmpty())
+    if (area.isEmpty()) {
+        m_characterAreas.clear();
         m_field->update();
-    else
-        m_field->update(area);
+        return;
+    }
+    // Kept for the paint that follows, if it covers just these characters.
+    m_characterAreas = characters.size() > 1 ? characters : QList<QRegion>();
+    m_field->update(area);
+}
+
+bool TimeFieldCaret::paintCharactersApart(const QPaintEvent* event)
+{
+    // The line edit fills its whole text as one path, clipped to what is repainted, at a cost that grows
+    // with the width the clip spans, the unchanged characters between included. Several changed
+    // characters are painted one after the other instead, each clipped to its own area: the same
+    // pixels, each painted once, by narrower fills.
+    const QList<QRegion> characters = std::exchange(m_characterAreas, {});
+    QRegion requested;
+    for (const QRegion& character : characters)
+        requested += character;
+    if (characters.size() < 2 || event->region() != requested)
+        return false;
+    QPainter probe(m_field);
+    QPaintEngine* engine = probe.paintEngine();
+    const QTransform toDevice = probe.deviceTransform();
+    probe.end();
+    // Areas map onto whole device pixels only through a shift and a whole scale.
+    const bool whole =
+        toDevice.type() <= QTransform::TxTranslate ||
+        (toDevice.type() == QTransform::TxScale && toDevice.m11() == std::floor(toDevice.m11()) &&
+         toDevice.m22() == std::floor(toDevice.m22()));
+    if (!engine || !whole)
+        return false;
+    const QRegion clip = engine->systemClip();
+    if (clip.isEmpty())
+        return false;
+    m_paintingApart = true;
+    for (const QRegion& character : characters) {
+        engine->setSystemClip(clip & toDevice.map(character));
+        QPaintEvent part(character);
+        QCoreApplication::sendEvent(m_field, &part);
+    }
+    engine->setSystemClip(clip);
+    m_paintingApart = false;
+    return true;
 }
 
 QRect TimeFieldCaret::textArea(const QString& before, const QString& text, qsizetype from, qsizetype to) const
@@ -224,6 +273,10 @@ bool TimeFieldCaret::eventFilter(QObject* watched, QEvent* event)
         case QEvent::FontChange:
         case QEvent::LayoutDirectionChange:
             update();
+            break;
+        case QEvent::Paint:
+            if (!m_paintingApart && paintCharactersApart(static_cast<QPaintEvent*>(event)))
+                return true;
             break;
         default:
             break;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QList>
+#include <QRegion>
 #include <QTimer>
 #include <QWidget>
 
@@ -49,10 +51,15 @@ private:
     /// Where the characters from..to (exclusive) of the shown text, and those they replace, are inked;
     /// empty when that cannot be told.
     QRect textArea(const QString& before, const QString& text, qsizetype from, qsizetype to) const;
+    /// Paints a repaint of several changed characters one character at a time; false when the repaint
+    /// is not that (the line edit then paints it as usual).
+    bool paintCharactersApart(const QPaintEvent* event);
 
     QLineEdit* m_field;
     QTimer m_blink;
     bool m_blinkOn = true;
     QRect m_drawnCaret;
     QString m_shownText;
+    QList<QRegion> m_characterAreas;
+    bool m_paintingApart = false;
 };

@@ -1,8 +1,8 @@
 // What a tick leaves on the screen: the panel's picture in its backing store (what the window system was
 // sent) after each tick, pause and edit is exactly the picture of the whole panel painted afresh, for
 // several sizes, colours and both shadow settings, idle, running and in overtime, across the minus sign
-// and the hours growing to three digits and back. And a tick repaints only the digits that changed, each
-// on its own.
+// and the hours growing to three digits and back. And a tick repaints only the digits that changed, and
+// paints them one at a time.
 #include "AppDelegate.h"
 #include "ColorArchive.h"
 #include "FocusReturn.h"
@@ -13,6 +13,7 @@
 
 #include <QFontMetricsF>
 #include <QLineEdit>
+#include <QList>
 #include <QPaintEvent>
 #include <QPushButton>
 #include <QScreen>
@@ -29,12 +30,16 @@ class PaintRecorder : public QObject
 public:
     explicit PaintRecorder(QWidget* field) { field->installEventFilter(this); }
     QRegion painted;
+    // Each paint the field was asked for, in order.
+    QList<QRegion> paints;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override
     {
-        if (event->type() == QEvent::Paint)
+        if (event->type() == QEvent::Paint) {
             painted += static_cast<QPaintEvent*>(event)->region();
+            paints.append(static_cast<QPaintEvent*>(event)->region());
+        }
         return QObject::eventFilter(watched, event);
     }
 };
@@ -224,6 +229,7 @@ private slots:
         QCOMPARE(field->text(), QStringLiteral("00:59:00"));
         QCoreApplication::processEvents();
         recorder.painted = {};
+        recorder.paints.clear();
         d.tick();
         QCoreApplication::processEvents();
         QCOMPARE(field->text(), QStringLiteral("00:58:59"));
@@ -245,6 +251,17 @@ private slots:
             QVERIFY2(recorder.painted.contains(centreOf(index)), qPrintable(QString::number(index)));
         for (int index : {0, 1, 2, 3})
             QVERIFY(!recorder.painted.contains(centreOf(index)));
+        // And painted one at a time: after the repaint of all three, a paint for each, none wider than
+        // a character and its margin.
+        QList<QRegion> apart;
+        for (const QRegion& paint : std::as_const(recorder.paints)) {
+            if (paint.boundingRect().width() < field->width() / 6)
+                apart.append(paint);
+        }
+        QCOMPARE(apart.size(), 3);
+        for (int k = 0; k < 3; ++k)
+            QVERIFY2(apart.at(k).contains(centreOf(QList<int>{4, 6, 7}.at(k))),
+                     qPrintable(QString::number(k)));
     }
 };
 
