@@ -65,8 +65,10 @@ int main(int argc, char* argv[])
                 xcb_flush(c);
                 // A frame is told once the next one begins, or at the end.
                 if (at - last > 100) {
-                    if (first >= 0)
+                    if (first >= 0) {
                         std::printf("%.3f %.3f\n", first, last);
+                        std::fflush(stdout);
+                    }
                     first = at;
                 }
                 last = at;
