@@ -84,7 +84,8 @@ void TitlelessPanel::setHasShadow(bool hasShadow)
 
 void TitlelessPanel::takeKeyboard()
 {
-    activateWindow();
+    if (!platform::lendKeyboard(winId()))
+        activateWindow();
 }
 
 bool TitlelessPanel::drawsOwnEdge() const
@@ -215,6 +216,8 @@ void TitlelessPanel::resizeEvent(QResizeEvent* event)
 void TitlelessPanel::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
+    // Before the window is mapped: no click is to take the keyboard, from the first one on.
+    platform::withholdKeyboard(winId());
     // Some window systems forget the level and desktops when a window is shown again.
     applyWindowSystemState();
     platform::setWindowShadow(winId(), m_hasShadow);

@@ -1,8 +1,9 @@
 #pragma once
 
-// What the timer needs from the window system that Qt cannot say portably. One implementation file per
-// platform, chosen by CMake; none of them includes Qt headers in this interface. Every function swallows
-// every failure: the panel must keep working on stage whatever the window system does.
+// What the timer needs from the window system that Qt cannot say portably. One folder per window system
+// implements WindowSystem.h, chosen by CMake and, where one build serves several (X11, XWayland under
+// GNOME), at start-up by what the session offers. No Qt headers in this interface. Every function
+// swallows every failure: the panel must keep working on stage whatever the window system does.
 
 #include <cstdint>
 
@@ -12,8 +13,8 @@ namespace platform {
 using NativeWindow = std::uintptr_t;
 
 /// Chooses the window system before the application object exists, where the user has not chosen one:
-/// in a Wayland session the panel runs on XWayland, since Wayland lets no client keep itself above others
-/// or activate another client's window. Call first thing in main().
+/// in a Wayland session the panel runs on XWayland, since core Wayland lets no client keep itself above
+/// others or activate another client's window. Call first thing in main().
 void chooseWindowSystem() noexcept;
 
 /// True where no window manager keeps a window above a focused full-screen one, so the panel must stay
@@ -40,15 +41,21 @@ void activatePreviousWindow() noexcept;
 /// step instead of reading the window list again each time. Releasing it forgets what was looked up.
 void holdWindowLookups(bool hold) noexcept;
 
-/// How many times the hand-back has read the window list from the window system since the start: lets a
-/// test see that a drag does not read it at every step. Zero where nothing is read.
-unsigned long windowListReads() noexcept;
-
 /// Keeps the window above other applications' windows (full-screen slide shows included) and on every
 /// desktop, and keeps it shown while another application is active. Call after every show and every change
 /// of the window's flags: some window systems forget it then. A window that bypasses the window manager is
 /// raised again whenever another window is mapped or restacked above it.
 void floatAboveEverything(NativeWindow window) noexcept;
+
+/// Where the window manager would give the panel the keyboard on any click into it (click to focus), makes
+/// the panel refuse it until lendKeyboard(), so that a press on its background or a drag leaves the slide
+/// show in control. Call before every show. Does nothing where the window system never gives the panel
+/// the keyboard by itself.
+void withholdKeyboard(NativeWindow panel) noexcept;
+
+/// Gives the panel the keyboard for typing where it is withheld (see withholdKeyboard), until the next
+/// hand-back takes it away again. Returns false where the caller is to activate the panel itself.
+bool lendKeyboard(NativeWindow panel) noexcept;
 
 /// Turns the window system's drop shadow of the window on or off, where it draws one.
 void setWindowShadow(NativeWindow window, bool hasShadow) noexcept;

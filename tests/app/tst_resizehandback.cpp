@@ -2,10 +2,10 @@
 // back, but the window list is read once for the whole drag, not at every step; a press after the drag
 // reads it afresh.
 #include "AppDelegate.h"
-#include "Platform.h"
 #include "StoredSettings.h"
 #include "TestMain.h"
 #include "TitlelessPanel.h"
+#include "x11/X11WindowSystem.h"
 
 #include <QLineEdit>
 #include <QTest>
@@ -42,9 +42,9 @@ private slots:
         int resizes = 0;
         connect(panel, &TitlelessPanel::windowDidResize, this, [&resizes] { ++resizes; });
 
-        const unsigned long before = platform::windowListReads();
+        const unsigned long before = platform::x11::windowListReads();
         QTest::mousePress(panel, Qt::LeftButton, {}, grip);
-        const unsigned long afterPress = platform::windowListReads();
+        const unsigned long afterPress = platform::x11::windowListReads();
         // The press itself hands the keyboard back: PowerPoint's list, then the previous window's.
         QVERIFY(afterPress > before);
         QVERIFY(afterPress - before <= 2);
@@ -62,11 +62,11 @@ private slots:
         QVERIFY2(resizes >= steps - 1, qPrintable(QString::number(resizes)));
         QVERIFY(panel->width() > 340 + 200);
         QVERIFY(m_delegate->input()->font().pixelSize() > fontBefore);
-        QCOMPARE(platform::windowListReads(), afterPress);
+        QCOMPARE(platform::x11::windowListReads(), afterPress);
 
         // Released: the next hand-back reads the list again, as every hand-back outside a drag does.
         QTest::mouseClick(panel, Qt::LeftButton, {}, QPoint(panel->width() / 2, 4));
-        QVERIFY(platform::windowListReads() > afterPress);
+        QVERIFY(platform::x11::windowListReads() > afterPress);
     }
 };
 

@@ -10,7 +10,7 @@
 #define _WIN32_WINNT 0x0601
 #endif
 
-#include "Platform.h"
+#include "WindowSystem.h"
 
 #include <windows.h>
 
@@ -115,32 +115,21 @@ void bringToForeground(HWND window)
     AttachThreadInput(ownThread, foregroundThread, FALSE);
 }
 
-} // namespace
-
-void chooseWindowSystem() noexcept {}
-
-bool panelBypassesWindowManager() noexcept
+class WinWindowSystem final : public WindowSystem
 {
-    return false;
-}
-
-bool activatePowerPoint() noexcept
-{
-    try {
+public:
+    bool activatePowerPoint() override
+    {
         HWND found = nullptr;
         EnumWindows(findPowerPointWindow, reinterpret_cast<LPARAM>(&found));
         if (!found)
             return false;
         bringToForeground(found);
         return true;
-    } catch (...) {
-        return false;
     }
-}
 
-void watchActiveWindow() noexcept
-{
-    try {
+    void watchActiveWindow() override
+    {
         if (foregroundHook)
             return;
         const HWND foreground = GetForegroundWindow();
@@ -149,13 +138,10 @@ void watchActiveWindow() noexcept
         // Out of context: the callback runs in this process, on this thread, between its messages.
         foregroundHook = SetWinEventHook(EVENT_SYSTEM_FOREGROUND, EVENT_SYSTEM_FOREGROUND, nullptr,
                                          foregroundChanged, 0, 0, WINEVENT_OUTOFCONTEXT);
-    } catch (...) {
     }
-}
 
-void activatePreviousWindow() noexcept
-{
-    try {
+    void activatePreviousWindow() override
+    {
         HWND target = previousForeground;
         if (!target || !IsWindow(target) || !IsWindowVisible(target)) {
             target = nullptr;
@@ -163,26 +149,20 @@ void activatePreviousWindow() noexcept
         }
         if (target)
             bringToForeground(target);
-    } catch (...) {
     }
-}
 
-void floatAboveEverything(NativeWindow window) noexcept
-{
-    try {
+    void floatAboveEverything(NativeWindow window) override
+    {
         const HWND hwnd = toHwnd(window);
         if (!hwnd || !IsWindow(hwnd))
             return;
         SetWindowPos(hwnd, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
-    } catch (...) {
     }
-}
 
-// CS_DROPSHADOW belongs to the window class, not to the window: the change applies to every window of
-// that class, and a shown window draws it from its next show on.
-void setWindowShadow(NativeWindow window, bool hasShadow) noexcept
-{
-    try {
+    // CS_DROPSHADOW belongs to the window class, not to the window: the change applies to every window of
+    // that class, and a shown window draws it from its next show on.
+    void setWindowShadow(NativeWindow window, bool hasShadow) override
+    {
         const HWND hwnd = toHwnd(window);
         if (!hwnd || !IsWindow(hwnd))
             return;
@@ -194,25 +174,22 @@ void setWindowShadow(NativeWindow window, bool hasShadow) noexcept
             hasShadow ? style | CS_DROPSHADOW : style & ~static_cast<ULONG_PTR>(CS_DROPSHADOW);
         if (wanted != style)
             SetClassLongPtrW(hwnd, GCL_STYLE, static_cast<LONG_PTR>(wanted));
-    } catch (...) {
     }
-}
 
-bool drawsWindowShadow(NativeWindow, bool hasShadow) noexcept
+    bool drawsWindowShadow(NativeWindow, bool hasShadow) override { return hasShadow; }
+
+    // Walking the windows is a call within this process, not a round trip to a server: no lookups are
+    // kept during a drag, and Windows hands a window's pixels over without a socket in between.
+};
+
+} // namespace
+
+void prepareWindowSystem() {}
+
+std::unique_ptr<WindowSystem> makeWindowSystem()
 {
-    return hasShadow;
+    return std::make_unique<WinWindowSystem>();
 }
-
-// Walking the windows here is a call within this process, not a round trip to a server: nothing is kept.
-void holdWindowLookups(bool) noexcept {}
-
-unsigned long windowListReads() noexcept
-{
-    return 0;
-}
-
-// Windows hands a window's pixels over without a socket in between: nothing to raise.
-void sendRepaintsWithoutWaiting() noexcept {}
 
 // A GUI process gets WM_CLOSE / WM_QUERYENDSESSION, which Qt already turns into a normal quit.
 void quitOnTerminationRequests() noexcept {}

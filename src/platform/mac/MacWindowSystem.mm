@@ -5,7 +5,7 @@
 // sets it again on every flags change, full-screen change and re-creation of the native window, which
 // is why the caller applies floatAboveEverything after each of those.
 
-#include "Platform.h"
+#include "WindowSystem.h"
 
 #import <AppKit/AppKit.h>
 #include <CoreGraphics/CoreGraphics.h>
@@ -49,18 +49,11 @@ NSWindow* windowOf(NativeWindow window)
 NSRunningApplication* previousApplication = nil;
 id activationObserver = nil;
 
-} // namespace
-
-void chooseWindowSystem() noexcept {}
-
-bool panelBypassesWindowManager() noexcept
+class MacWindowSystem final : public WindowSystem
 {
-    return false;
-}
-
-bool activatePowerPoint() noexcept
-{
-    try {
+public:
+    bool activatePowerPoint() override
+    {
         @autoreleasepool {
             @try {
                 NSArray<NSRunningApplication*>* running = [NSRunningApplication
@@ -80,14 +73,10 @@ bool activatePowerPoint() noexcept
                 return false;
             }
         }
-    } catch (...) {
-        return false;
     }
-}
 
-void watchActiveWindow() noexcept
-{
-    try {
+    void watchActiveWindow() override
+    {
         @autoreleasepool {
             @try {
                 if (activationObserver)
@@ -108,13 +97,10 @@ void watchActiveWindow() noexcept
             } @catch (...) {
             }
         }
-    } catch (...) {
     }
-}
 
-void activatePreviousWindow() noexcept
-{
-    try {
+    void activatePreviousWindow() override
+    {
         @autoreleasepool {
             @try {
                 NSRunningApplication* target = previousApplication;
@@ -128,13 +114,10 @@ void activatePreviousWindow() noexcept
             } @catch (...) {
             }
         }
-    } catch (...) {
     }
-}
 
-void floatAboveEverything(NativeWindow window) noexcept
-{
-    try {
+    void floatAboveEverything(NativeWindow window) override
+    {
         @autoreleasepool {
             @try {
                 NSWindow* nsWindow = windowOf(window);
@@ -149,13 +132,10 @@ void floatAboveEverything(NativeWindow window) noexcept
             } @catch (...) {
             }
         }
-    } catch (...) {
     }
-}
 
-void setWindowShadow(NativeWindow window, bool hasShadow) noexcept
-{
-    try {
+    void setWindowShadow(NativeWindow window, bool hasShadow) override
+    {
         @autoreleasepool {
             @try {
                 NSWindow* nsWindow = windowOf(window);
@@ -167,27 +147,21 @@ void setWindowShadow(NativeWindow window, bool hasShadow) noexcept
             } @catch (...) {
             }
         }
-    } catch (...) {
     }
-}
 
-bool drawsWindowShadow(NativeWindow, bool hasShadow) noexcept
+    bool drawsWindowShadow(NativeWindow, bool hasShadow) override { return hasShadow; }
+
+    // The workspace answers from within this process (no lookups to keep during a drag), and the window
+    // server shares the window's pixels (no buffer to raise).
+};
+
+} // namespace
+
+void prepareWindowSystem() {}
+
+std::unique_ptr<WindowSystem> makeWindowSystem()
 {
-    return hasShadow;
+    return std::make_unique<MacWindowSystem>();
 }
-
-// The workspace answers from within this process, not through a round trip to a server: nothing is kept.
-void holdWindowLookups(bool) noexcept {}
-
-unsigned long windowListReads() noexcept
-{
-    return 0;
-}
-
-// The window server shares the window's pixels: nothing to raise.
-void sendRepaintsWithoutWaiting() noexcept {}
-
-// Not handled yet: a signal ends the process as it always does (settings not yet saved may be lost).
-void quitOnTerminationRequests() noexcept {}
 
 } // namespace platform

@@ -11,7 +11,7 @@
 // watcher on a connection of its own (so that Qt's own handling of the root window is left alone) keeps
 // it on top and remembers which window the presenter was using.
 
-#include "Platform.h"
+#include "X11WindowSystem.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QByteArray>
@@ -24,23 +24,20 @@
 
 #include <xcb/xcb.h>
 
-#include <fcntl.h>
 #include <sys/socket.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <csignal>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <initializer_list>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
-namespace platform {
+namespace platform::x11 {
 namespace {
 
 struct FreeDeleter
@@ -251,7 +248,12 @@ public:
     }
 
     xcb_timestamp_t userTime() const { return m_userTime; }
-    xcb_window_t previousWindow() const { return m_previous; }
+    xcb_window_t previousWindow(bool forgetOnNone) const
+    {
+        return forgetOnNone && m_noneSincePrevious ? xcb_window_t{XCB_WINDOW_NONE} : m_previous;
+    }
+    xcb_connection_t* connection() const { return m_connection; }
+    void onActiveWindowChange(std::function<void(std::uint32_t)> call) { m_onActiveChange = std::move(call); }
 
     void keepOnTop(xcb_window_t window)
     {
@@ -377,8 +379,16 @@ private:
         const std::vector<std::uint32_t> active = values32(
             m_connection, xcb_get_property(m_connection, 0, m_root, m_netActiveWindow, XCB_ATOM_WINDOW, 0, 1),
             XCB_ATOM_WINDOW);
-        if (!active.empty() && active.front() != XCB_WINDOW_NONE && !isOwnWindow(active.front()))
-            m_previous = active.front();
+        const xcb_window_t window = active.empty() ? xcb_window_t{XCB_WINDOW_NONE} : active.front();
+        if (window == XCB_WINDOW_NONE) {
+            m_noneSincePrevious = true;
+        } else if (!isOwnWindow(window)) {
+            m_previous = window;
+            m_noneSincePrevious = false;
+        }
+        // A copy: the call may replace what is called.
+        if (const std::function<void(std::uint32_t)> call = m_onActiveChange)
+            call(window);
     }
 
     xcb_connection_t* m_connection = nullptr;
@@ -386,6 +396,8 @@ private:
     xcb_window_t m_root = XCB_WINDOW_NONE;
     xcb_atom_t m_netActiveWindow = XCB_ATOM_NONE;
     xcb_window_t m_previous = XCB_WINDOW_NONE;
+    bool m_noneSincePrevious = false;
+    std::function<void(std::uint32_t)> m_onActiveChange;
     xcb_timestamp_t m_userTime = XCB_CURRENT_TIME;
     std::vector<xcb_window_t> m_onTop;
 };
@@ -537,7 +549,7 @@ void activatePreviousWindowOn(xcb_connection_t* c)
     const std::vector<std::uint32_t> clients = values32(c, clientsCookie, XCB_ATOM_WINDOW);
     const std::vector<std::uint32_t> stacking = values32(c, stackingCookie, XCB_ATOM_WINDOW);
     const Watcher* watcher = watcherSlot().data();
-    xcb_window_t target = watcher ? watcher->previousWindow() : xcb_window_t{XCB_WINDOW_NONE};
+    xcb_window_t target = watcher ? watcher->previousWindow(false) : xcb_window_t{XCB_WINDOW_NONE};
     // A window that was closed, or withdrawn, is no longer in the window manager's list.
     if (target == XCB_WINDOW_NONE || std::find(clients.begin(), clients.end(), target) == clients.end()) {
         // Some window managers (xfwm4) announce the stacking list but never fill it; the client list is
@@ -610,102 +622,167 @@ void floatAboveEverythingOn(xcb_connection_t* c, xcb_window_t window)
             sendClientMessage(c, root, window, netWmDesktop, {allDesktops, sourceApplication})});
 }
 
+/// The root window of the connection's first screen; XCB_WINDOW_NONE if it has none.
+xcb_window_t firstRoot(xcb_connection_t* c)
+{
+    const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+    return screen ? screen->root : xcb_window_t{XCB_WINDOW_NONE};
+}
+
+bool isManaged(xcb_connection_t* c, xcb_window_t root, xcb_window_t window)
+{
+    const std::vector<xcb_atom_t> atoms = internAtoms(c, {"_NET_CLIENT_LIST"});
+    if (hasNone(atoms))
+        return false;
+    const std::vector<std::uint32_t> clients = values32(
+        c, xcb_get_property(c, 0, root, atoms[0], XCB_ATOM_WINDOW, 0, maxListLength), XCB_ATOM_WINDOW);
+    return std::find(clients.begin(), clients.end(), window) != clients.end();
+}
+
 } // namespace
 
-void chooseWindowSystem() noexcept
+bool X11WindowSystem::available()
 {
-    // A tick repaints a few digits. Put through shared memory, every repaint costs a round trip (Qt waits
-    // for the server before it reuses the segment), which wakes the process twice more each second; sent
-    // inside the request, the digits cost nothing but the timer's own wake-up. A user's choice stands.
-    if (!qEnvironmentVariableIsSet("QT_XCB_NO_MITSHM"))
-        qputenv("QT_XCB_NO_MITSHM", "1");
-    // An explicit choice (QT_QPA_PLATFORM, or -platform on the command line, which Qt reads later and
-    // which wins over this) is respected; XWayland is only taken where it is there.
-    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM") || qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
-        qEnvironmentVariableIsEmpty("DISPLAY"))
-        return;
-    qputenv("QT_QPA_PLATFORM", "xcb");
+    return qtConnection() != nullptr;
 }
 
-bool panelBypassesWindowManager() noexcept
+std::string X11WindowSystem::windowManagerName()
 {
-    try {
-        return qtConnection() != nullptr;
-    } catch (...) {
-        return false;
-    }
+    xcb_connection_t* c = qtConnection();
+    if (!c)
+        return {};
+    const std::vector<xcb_atom_t> atoms =
+        internAtoms(c, {"_NET_SUPPORTING_WM_CHECK", "_NET_WM_NAME", "UTF8_STRING"});
+    const xcb_window_t root = firstRoot(c);
+    if (hasNone(atoms) || root == XCB_WINDOW_NONE)
+        return {};
+    const std::vector<std::uint32_t> check =
+        values32(c, xcb_get_property(c, 0, root, atoms[0], XCB_ATOM_WINDOW, 0, 1), XCB_ATOM_WINDOW);
+    if (check.empty())
+        return {};
+    const Reply<xcb_get_property_reply_t> name =
+        takePropertyReply(c, xcb_get_property(c, 0, check.front(), atoms[1], atoms[2], 0, 256));
+    if (!name || name->format != 8)
+        return {};
+    const auto* data = static_cast<const char*>(xcb_get_property_value(name.get()));
+    const int length = xcb_get_property_value_length(name.get());
+    if (!data || length <= 0)
+        return {};
+    return std::string(data, static_cast<std::size_t>(length));
 }
 
-bool activatePowerPoint() noexcept
+bool X11WindowSystem::panelBypassesWindowManager()
 {
-    try {
-        xcb_connection_t* c = qtConnection();
-        return c && activatePowerPointOn(c);
-    } catch (...) {
-        return false;
-    }
+    return available();
 }
 
-void watchActiveWindow() noexcept
+bool X11WindowSystem::activatePowerPoint()
 {
-    try {
-        if (qtConnection())
-            Watcher::instance();
-    } catch (...) {
-    }
+    xcb_connection_t* c = qtConnection();
+    return c && activatePowerPointOn(c);
 }
 
-void activatePreviousWindow() noexcept
+void X11WindowSystem::watchActiveWindow()
 {
-    try {
-        if (xcb_connection_t* c = qtConnection())
-            activatePreviousWindowOn(c);
-    } catch (...) {
-    }
+    if (qtConnection())
+        Watcher::instance();
 }
 
-void sendRepaintsWithoutWaiting() noexcept
+void X11WindowSystem::activatePreviousWindow()
 {
-    // Pictures go inside the requests (see chooseWindowSystem), so a tick's digits on a large panel are
+    if (xcb_connection_t* c = qtConnection())
+        activatePreviousWindowOn(c);
+}
+
+void X11WindowSystem::sendRepaintsWithoutWaiting()
+{
+    // Pictures go inside the requests (see prepareWindowSystem), so a tick's digits on a large panel are
     // megabytes. With the socket's usual send buffer of a few hundred kilobytes the write stops several
     // times a tick until the server has read on, each stop one more wake-up. A buffer that holds the
     // whole panel lets the tick's write finish at once. The kernel caps what it grants at its own limit
     // (net.core.wmem_max) and only uses what is queued; a smaller grant still helps in proportion.
-    try {
-        xcb_connection_t* c = qtConnection();
-        if (!c)
-            return;
-        qint64 largest = 0;
-        for (const QScreen* screen : QGuiApplication::screens()) {
-            const QSize pixels = screen->geometry().size() * screen->devicePixelRatio();
-            largest = std::max(largest, qint64(pixels.width()) * pixels.height());
-        }
-        constexpr qint64 bytesPerPixel = 4;
-        constexpr qint64 atMost = qint64(64) << 20;
-        // What the socket holds counts its own bookkeeping too: ask for twice the pixels.
-        const int wanted = int(std::min(largest * bytesPerPixel * 2, atMost));
-        int current = 0;
-        socklen_t length = sizeof current;
-        const int fd = xcb_get_file_descriptor(c);
-        if (::getsockopt(fd, SOL_SOCKET, SO_SNDBUF, &current, &length) == 0 && current >= wanted)
-            return;
-        // Refused or capped: the write waits as before, which is slower, never wrong.
-        ::setsockopt(fd, SOL_SOCKET, SO_SNDBUF, &wanted, sizeof wanted);
-    } catch (...) {
+    xcb_connection_t* c = qtConnection();
+    if (!c)
+        return;
+    qint64 largest = 0;
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        const QSize pixels = screen->geometry().size() * screen->devicePixelRatio();
+        largest = std::max(largest, qint64(pixels.width()) * pixels.height());
     }
+    constexpr qint64 bytesPerPixel = 4;
+    constexpr qint64 atMost = qint64(64) << 20;
+    // What the socket holds counts its own bookkeeping too: ask for twice the pixels.
+    const int wanted = int(std::min(largest * bytesPerPixel * 2, atMost));
+    int current = 0;
+    socklen_t length = sizeof current;
+    const int fd = xcb_get_file_descriptor(c);
+    if (::getsockopt(fd, SOL_SOCKET, SO_SNDBUF, &current, &length) == 0 && current >= wanted)
+        return;
+    // Refused or capped: the write waits as before, which is slower, never wrong.
+    ::setsockopt(fd, SOL_SOCKET, SO_SNDBUF, &wanted, sizeof wanted);
 }
 
-void holdWindowLookups(bool hold) noexcept
+void X11WindowSystem::holdWindowLookups(bool hold)
 {
     // Released, or held anew: what an earlier drag looked up is forgotten either way.
     HandBackTargets& targets = handBackTargets();
     targets = HandBackTargets{};
-    try {
-        targets.connection = hold ? qtConnection() : nullptr;
-        targets.held = targets.connection != nullptr;
-    } catch (...) {
-        targets = HandBackTargets{};
-    }
+    targets.connection = hold ? qtConnection() : nullptr;
+    targets.held = targets.connection != nullptr;
+}
+
+void X11WindowSystem::floatAboveEverything(NativeWindow window)
+{
+    if (window == 0 || window > 0xFFFFFFFFu)
+        return;
+    if (xcb_connection_t* c = qtConnection())
+        floatAboveEverythingOn(c, static_cast<xcb_window_t>(window));
+}
+
+std::uint32_t X11WindowSystem::previousWindow(bool forgetOnNone)
+{
+    xcb_connection_t* c = qtConnection();
+    const Watcher* watcher = watcherSlot().data();
+    if (!c || !watcher)
+        return XCB_WINDOW_NONE;
+    const xcb_window_t previous = watcher->previousWindow(forgetOnNone);
+    if (previous == XCB_WINDOW_NONE || !isManaged(c, firstRoot(c), previous))
+        return XCB_WINDOW_NONE;
+    return previous;
+}
+
+void X11WindowSystem::handOver(std::uint32_t window)
+{
+    xcb_connection_t* c = qtConnection();
+    const HandBackAtoms* atoms = c ? handBackAtoms(c) : nullptr;
+    if (atoms && window != XCB_WINDOW_NONE)
+        x11::handOver(c, firstRoot(c), window, atoms->activeWindow);
+}
+
+void X11WindowSystem::onActiveWindowChange(std::function<void(std::uint32_t)> call)
+{
+    if (Watcher* watcher = Watcher::instance())
+        watcher->onActiveWindowChange(std::move(call));
+}
+
+void X11WindowSystem::setAcceptsKeyboard(std::uint32_t window, bool accepts)
+{
+    xcb_connection_t* c = qtConnection();
+    if (!c || window == XCB_WINDOW_NONE)
+        return;
+    // WM_HINTS: flags, input, initial state, icon pixmap, icon window, icon x, icon y, icon mask, group.
+    constexpr std::uint32_t inputHint = 1;
+    constexpr std::size_t fields = 9;
+    std::vector<std::uint32_t> hints =
+        values32(c, xcb_get_property(c, 0, window, XCB_ATOM_WM_HINTS, XCB_ATOM_WM_HINTS, 0, fields),
+                 XCB_ATOM_WM_HINTS);
+    hints.resize(fields, 0);
+    if ((hints[0] & inputHint) && hints[1] == (accepts ? 1u : 0u))
+        return;
+    hints[0] |= inputHint;
+    hints[1] = accepts ? 1 : 0;
+    collectErrors(c, {xcb_change_property_checked(c, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_HINTS,
+                                                  XCB_ATOM_WM_HINTS, 32, fields, hints.data())});
 }
 
 unsigned long windowListReads() noexcept
@@ -713,65 +790,4 @@ unsigned long windowListReads() noexcept
     return windowListReadCount();
 }
 
-void floatAboveEverything(NativeWindow window) noexcept
-{
-    try {
-        if (window == 0 || window > 0xFFFFFFFFu)
-            return;
-        if (xcb_connection_t* c = qtConnection())
-            floatAboveEverythingOn(c, static_cast<xcb_window_t>(window));
-    } catch (...) {
-    }
-}
-
-// Without a compositor X11 draws no shadows, and compositors decide on their own which windows get one.
-void setWindowShadow(NativeWindow, bool) noexcept {}
-
-bool drawsWindowShadow(NativeWindow, bool) noexcept
-{
-    return false;
-}
-
-namespace {
-
-// The self-pipe: the signal handler may only do async-signal-safe things, so it writes one byte, and the
-// event loop, watching the other end, does the quitting.
-int g_signalPipe[2] = {-1, -1};
-
-void onTerminationSignal(int)
-{
-    const int savedErrno = errno;
-    const char byte = 1;
-    // Nothing to do if it fails: the pipe is full, so a quit is already on its way.
-    [[maybe_unused]] const ssize_t written = ::write(g_signalPipe[1], &byte, 1);
-    errno = savedErrno;
-}
-
-} // namespace
-
-void quitOnTerminationRequests() noexcept
-{
-    try {
-        QCoreApplication* app = QCoreApplication::instance();
-        if (!app || g_signalPipe[0] >= 0)
-            return;
-        if (::pipe2(g_signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
-            return;
-        auto* notifier = new QSocketNotifier(qintptr(g_signalPipe[0]), QSocketNotifier::Read, app);
-        QObject::connect(notifier, &QSocketNotifier::activated, app, [] {
-            char bytes[64];
-            while (::read(g_signalPipe[0], bytes, sizeof bytes) > 0) {
-            }
-            QCoreApplication::quit();
-        });
-        struct sigaction action = {};
-        action.sa_handler = onTerminationSignal;
-        sigemptyset(&action.sa_mask);
-        action.sa_flags = SA_RESTART;
-        for (const int signal : {SIGTERM, SIGINT, SIGHUP})
-            ::sigaction(signal, &action, nullptr);
-    } catch (...) {
-    }
-}
-
-} // namespace platform
+} // namespace platform::x11

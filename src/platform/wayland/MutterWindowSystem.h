@@ -1,0 +1,35 @@
+#pragma once
+
+// GNOME on Wayland (mutter, and GNOME Shell built on it), with the panel on XWayland.
+
+#include "x11/X11WindowSystem.h"
+
+#include <QPointer>
+#include <QTimer>
+#include <QWindow>
+
+namespace platform::wayland {
+
+class MutterWindowSystem final : public x11::X11WindowSystem
+{
+public:
+    /// Whether the X server's window manager is mutter, as it is under GNOME on Wayland.
+    static bool runsHere();
+
+    MutterWindowSystem();
+
+    bool panelBypassesWindowManager() override;
+    bool activatePowerPoint() override;
+    void activatePreviousWindow() override;
+    void withholdKeyboard(NativeWindow panel) override;
+    bool lendKeyboard(NativeWindow panel) override;
+
+private:
+    void showAgain();
+
+    std::uint32_t m_lent = 0;
+    QPointer<QWindow> m_hidden;
+    QTimer m_showAgainAtTheLatest;
+};
+
+} // namespace platform::wayland
