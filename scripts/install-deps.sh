@@ -18,6 +18,10 @@ packages=(
     # input and window inspection, screenshots,
     # a sound server with a null sink, sound analysis, and the Windows cross compiler for the Win32 code
     xvfb xauth openbox metacity xdotool wmctrl x11-utils imagemagick pulseaudio pulseaudio-utils sox g++-mingw-w64-x86-64
+    # test: the Wayland lab (tests/support/lab): headless GNOME Shell with XWayland in private namespaces and
+    # buses, its settings store, Qt's Wayland platform for the stand-in show, and D-Bus for Qt's tests
+    gnome-shell xwayland qt6-wayland dbus-daemon dbus-bin libglib2.0-bin dconf-gsettings-backend dconf-service
+    gsettings-desktop-schemas iproute2 util-linux
     # test: the fuzz targets (make fuzz): Debian's clang with libFuzzer and the sanitizer runtimes
     clang-14 libclang-rt-14-dev
 )

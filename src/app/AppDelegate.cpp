@@ -375,8 +375,7 @@ bool AppDelegate::eventFilter(QObject* watched, QEvent* event)
         // The one way into typing: a click into the time of an idle panel. The field takes the focus
         // first, so the activation that follows finds it being edited and keeps the keyboard.
         input()->setFocus(Qt::MouseFocusReason);
-        if (!m_panel->isActiveWindow())
-            m_panel->takeKeyboard();
+        m_panel->takeKeyboard();
     }
     if (watched == input() && event->type() == QEvent::KeyPress) {
         const auto* key = static_cast<QKeyEvent*>(event);

@@ -84,7 +84,9 @@ void TitlelessPanel::setHasShadow(bool hasShadow)
 
 void TitlelessPanel::takeKeyboard()
 {
-    if (!platform::lendKeyboard(winId()))
+    // Where the keyboard is only lent, it is asked for at every click: after a hand-back the panel may not
+    // yet have heard that it lost it.
+    if (!platform::lendKeyboard(winId()) && !isActiveWindow())
         activateWindow();
 }
 

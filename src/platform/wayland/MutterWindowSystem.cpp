@@ -13,12 +13,16 @@
 
 #include "MutterWindowSystem.h"
 
+#include <QElapsedTimer>
 #include <QGuiApplication>
+#include <QLoggingCategory>
 
 #include <string>
 
 namespace platform::wayland {
 namespace {
+
+Q_LOGGING_CATEGORY(handBack, "brevlin.handback", QtWarningMsg)
 
 // How long the panel stays unmapped at most when mutter is not heard to move the keyboard on.
 constexpr int longestHandBackHide = 250;
@@ -74,9 +78,12 @@ void MutterWindowSystem::activatePreviousWindow()
     m_lent = 0;
     setAcceptsKeyboard(panel, false);
     QWindow* window = ownWindow(panel);
+    qCDebug(handBack) << "hand-back: panel" << Qt::hex << panel << "focused"
+                      << (window && QGuiApplication::focusWindow() == window);
     if (!window || QGuiApplication::focusWindow() != window)
         return;
     if (const std::uint32_t previous = previousWindow(true)) {
+        qCDebug(handBack) << "to the X window" << Qt::hex << previous;
         handOver(previous);
         return;
     }
@@ -86,6 +93,7 @@ void MutterWindowSystem::activatePreviousWindow()
             showAgain();
     });
     m_hidden = window;
+    m_hiddenFor.start();
     window->setVisible(false);
     m_showAgainAtTheLatest.start();
 }
@@ -96,6 +104,7 @@ void MutterWindowSystem::showAgain()
     onActiveWindowChange({});
     if (QWindow* window = m_hidden.data()) {
         m_hidden.clear();
+        qCDebug(handBack) << "unmapped for" << m_hiddenFor.nsecsElapsed() / 1000 << "us";
         // Shown without activation (the panel's own attribute), refusing the keyboard: mutter leaves it
         // with the show.
         window->setVisible(true);
@@ -113,9 +122,12 @@ bool MutterWindowSystem::lendKeyboard(NativeWindow panel)
     if (panel == 0 || panel > 0xFFFFFFFFu)
         return false;
     const auto id = static_cast<std::uint32_t>(panel);
+    qCDebug(handBack) << "lent to" << Qt::hex << id;
     m_lent = id;
     setAcceptsKeyboard(id, true);
-    handOver(id);
+    // Qt reads the pointer through XInput 2, whose clicks leave no time where the watcher looks: the last
+    // time known may be a key's from before the last hand-back, which mutter would take as stale.
+    handOver(id, true);
     return true;
 }
 

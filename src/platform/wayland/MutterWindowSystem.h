@@ -4,6 +4,7 @@
 
 #include "x11/X11WindowSystem.h"
 
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QTimer>
 #include <QWindow>
@@ -29,6 +30,7 @@ private:
 
     std::uint32_t m_lent = 0;
     QPointer<QWindow> m_hidden;
+    QElapsedTimer m_hiddenFor;
     QTimer m_showAgainAtTheLatest;
 };
 

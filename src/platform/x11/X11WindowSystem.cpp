@@ -412,9 +412,10 @@ xcb_timestamp_t userTime()
 /// last key or click. The panel took the keyboard without the window manager, which has noticed it
 /// (openbox, xfwm4 and metacity all follow the focus to an override-redirect window), so the request is
 /// carried out even for the window that was active before.
-void handOver(xcb_connection_t* c, xcb_window_t root, xcb_window_t target, xcb_atom_t netActiveWindow)
+void handOver(xcb_connection_t* c, xcb_window_t root, xcb_window_t target, xcb_atom_t netActiveWindow,
+              xcb_timestamp_t time = userTime())
 {
-    collectErrors(c, {sendClientMessage(c, root, target, netActiveWindow, {sourcePager, userTime(), 0})});
+    collectErrors(c, {sendClientMessage(c, root, target, netActiveWindow, {sourcePager, time, 0})});
 }
 
 /// Whom a hand-back goes to, kept while a drag holds the lookups (holdWindowLookups).
@@ -751,12 +752,12 @@ std::uint32_t X11WindowSystem::previousWindow(bool forgetOnNone)
     return previous;
 }
 
-void X11WindowSystem::handOver(std::uint32_t window)
+void X11WindowSystem::handOver(std::uint32_t window, bool atOnce)
 {
     xcb_connection_t* c = qtConnection();
     const HandBackAtoms* atoms = c ? handBackAtoms(c) : nullptr;
     if (atoms && window != XCB_WINDOW_NONE)
-        x11::handOver(c, firstRoot(c), window, atoms->activeWindow);
+        x11::handOver(c, firstRoot(c), window, atoms->activeWindow, atOnce ? XCB_CURRENT_TIME : userTime());
 }
 
 void X11WindowSystem::onActiveWindowChange(std::function<void(std::uint32_t)> call)

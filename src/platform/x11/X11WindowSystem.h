@@ -36,8 +36,8 @@ protected:
     /// (_NET_ACTIVE_WINDOW None: a Wayland client has the keyboard) counts as the last one, and 0 is given.
     std::uint32_t previousWindow(bool forgetOnNone);
     /// Asks the window manager to activate the window, as a pager would, with the time of the presenter's
-    /// last key or click.
-    void handOver(std::uint32_t window);
+    /// last key or click; with atOnce, as of now, whatever came since.
+    void handOver(std::uint32_t window, bool atOnce = false);
     /// Called with the new value of _NET_ACTIVE_WINDOW whenever it changes; replaces an earlier one.
     void onActiveWindowChange(std::function<void(std::uint32_t)> call);
     /// Sets the ICCCM input hint of the window: whether the window manager may give it the keyboard.

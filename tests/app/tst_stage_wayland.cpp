@@ -1,0 +1,283 @@
+// On stage under a Wayland compositor: the real application beside a focused full-screen slide show, the
+// show running natively on Wayland or on XWayland. Input goes in through the compositor as a real
+// keyboard and mouse would arrive, the screen is read from the compositor's own picture of it, and where
+// the keys went is read from the show's own log.
+#include "DesktopDriver.h"
+#include "TestMain.h"
+#include "lab/Compositor.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QTest>
+
+using namespace lab;
+
+class TestStageWayland : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<Compositor> m_compositor;
+    QProcess m_app;
+    QProcess m_show;
+    QStringList m_showLog;
+    QRect m_panel;
+    int m_shot = 0;
+
+    bool startShow(const QString& kind)
+    {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"),
+                   kind == QLatin1String("native") ? QStringLiteral("wayland") : QStringLiteral("xcb"));
+        m_show.setProcessEnvironment(env);
+        m_show.setProcessChannelMode(QProcess::SeparateChannels);
+        m_show.start(QStringLiteral(STAGE_SHOW), {});
+        // Shown, full screen and with the keyboard, as a presenter starts it.
+        return QTest::qWaitFor([this] { return showSaid().contains(QLatin1String("focus in")); }, 15000) &&
+               QTest::qWaitFor(
+                   [this] {
+                       const QImage screen = m_compositor->screenshot();
+                       return !screen.isNull() && countPixels(screen, screen.rect(), [](QColor c) {
+                                                      return c.red() == 0x10 && c.green() == 0x20 &&
+                                                             c.blue() == 0x80;
+                                                  }) > screen.width() * screen.height() * 8 / 10;
+                   },
+                   10000);
+    }
+
+    /// What the show has said so far, one line per event.
+    QStringList showSaid()
+    {
+        m_show.waitForReadyRead(20);
+        while (m_show.canReadLine())
+            m_showLog << QString::fromUtf8(m_show.readLine()).trimmed();
+        return m_showLog;
+    }
+
+    /// Whether the show has the keyboard, from the last focus event it logged.
+    bool showHasKeyboard()
+    {
+        const QStringList said = showSaid();
+        for (auto it = said.crbegin(); it != said.crend(); ++it) {
+            if (*it == QLatin1String("focus in"))
+                return true;
+            if (*it == QLatin1String("focus out"))
+                return false;
+        }
+        return false;
+    }
+
+    int slide()
+    {
+        int current = 1;
+        for (const QString& line : showSaid())
+            if (line.startsWith(QLatin1String("slide ")))
+                current = line.mid(6).toInt();
+        return current;
+    }
+
+    QStringList keysOtherThanSlides()
+    {
+        QStringList others;
+        for (const QString& line : showSaid())
+            if (line.startsWith(QLatin1String("key ")))
+                others << line;
+        return others;
+    }
+
+    bool startApp()
+    {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        // The application chooses its window system from the session, as it does when a presenter starts it.
+        env.remove(QStringLiteral("QT_QPA_PLATFORM"));
+        m_app.setProcessEnvironment(env);
+        m_app.setProcessChannelMode(QProcess::ForwardedChannels);
+        m_app.start(QStringLiteral(BREVLIN_APP), {});
+        if (!m_app.waitForStarted(10000))
+            return false;
+        return QTest::qWaitFor(
+            [this] {
+                const QImage screen = m_compositor->screenshot();
+                m_panel = panelArea(screen);
+                return m_panel.isValid() && showsThePanel(screen, m_panel);
+            },
+            15000);
+    }
+
+    /// Whether the compositor's picture of the screen shows the panel where it was last seen.
+    bool panelInSight()
+    {
+        const QImage screen = m_compositor->screenshot();
+        // BREVLIN_LAB_SHOTS names a folder to keep every screen looked at, to be looked at in turn.
+        const QString shots = qEnvironmentVariable("BREVLIN_LAB_SHOTS");
+        if (!shots.isEmpty())
+            screen.save(QStringLiteral("%1/%2-%3-%4.png")
+                            .arg(shots, QLatin1String(QTest::currentTestFunction()),
+                                 QLatin1String(QTest::currentDataTag()))
+                            .arg(++m_shot, 3, 10, QLatin1Char('0')));
+        const QRect now = panelArea(screen);
+        if (!now.isValid() || !showsThePanel(screen, now))
+            return false;
+        m_panel = now;
+        return true;
+    }
+
+    bool playButtonInSight() { return showsThePlayButton(m_compositor->screenshot(), m_panel); }
+
+    QPoint panelPoint(double fx, double fy) const
+    {
+        return {m_panel.x() + int(m_panel.width() * fx), m_panel.y() + int(m_panel.height() * fy)};
+    }
+
+    void clickPanelAt(double fx, double fy) { m_compositor->clickAt(panelPoint(fx, fy)); }
+
+    void typeAndReturn(const QString& text)
+    {
+        m_compositor->selectAll();
+        m_compositor->type(text);
+        m_compositor->tap(keyReturn);
+    }
+
+    /// Waits until the show has the keyboard again and has not lost it for a moment.
+    bool keyboardBackWithShow()
+    {
+        return QTest::qWaitFor([this] { return showHasKeyboard(); }, 5000) &&
+               (QTest::qWait(300), showHasKeyboard());
+    }
+
+private slots:
+    void initTestCase()
+    {
+        m_compositor = sessionCompositor();
+        QVERIFY2(m_compositor, "BREVLIN_LAB_COMPOSITOR names no known compositor");
+        QString why;
+        QVERIFY2(m_compositor->connect(&why), qPrintable(why));
+    }
+
+    void init()
+    {
+        QVERIFY(QDir::homePath().startsWith(QStringLiteral("/tmp/brevlin-")));
+        QStandardPaths::setTestModeEnabled(false);
+        m_showLog.clear();
+        m_panel = {};
+    }
+
+    void cleanup()
+    {
+        if (QTest::currentTestFailed()) {
+            qInfo().noquote() << "The show said:" << showSaid().join(QLatin1String(" | "));
+            const QString shots = qEnvironmentVariable("BREVLIN_LAB_SHOTS");
+            if (!shots.isEmpty())
+                m_compositor->screenshot().save(
+                    shots + QStringLiteral("/failed-%1.png").arg(QLatin1String(QTest::currentDataTag())));
+        }
+        m_app.terminate();
+        if (!m_app.waitForFinished(5000)) {
+            m_app.kill();
+            m_app.waitForFinished();
+        }
+        m_show.closeWriteChannel();
+        if (!m_show.waitForFinished(3000)) {
+            m_show.kill();
+            m_show.waitForFinished();
+        }
+        QFile::remove(desktop::applicationSettings().fileName());
+        QTest::qWait(300);
+    }
+
+    void thePresenterStartsTheTimerAndGoesOnWithTheSlides_data()
+    {
+        QTest::addColumn<QString>("show");
+        QTest::newRow("native") << QStringLiteral("native");
+        QTest::newRow("x11") << QStringLiteral("x11");
+    }
+
+    void thePresenterStartsTheTimerAndGoesOnWithTheSlides()
+    {
+        QFETCH(QString, show);
+        QVERIFY(startShow(show));
+        QVERIFY(startApp());
+        // Launching leaves the keyboard with the show: no focus lost, and a key turns a slide.
+        QTest::qWait(1500);
+        QVERIFY(showHasKeyboard());
+        QVERIFY(!showSaid().contains(QLatin1String("focus out")));
+        QVERIFY(panelInSight());
+        m_compositor->tap(keyRight);
+        QTRY_COMPARE(slide(), 2);
+
+        clickPanelAt(0.35, 0.5);
+        QTRY_VERIFY(!showHasKeyboard());
+        QVERIFY(panelInSight());
+        typeAndReturn(QStringLiteral("0:0:30"));
+        QTRY_COMPARE(desktop::storedCountdownTime(), QStringLiteral("00:00:30"));
+        QVERIFY(keyboardBackWithShow());
+        QTRY_VERIFY(panelInSight());
+        QTRY_VERIFY(!playButtonInSight());
+
+        // The next key is the slides': exactly one slide further.
+        m_compositor->tap(keyRight);
+        QTRY_COMPARE(slide(), 3);
+        QTest::qWait(300);
+        QCOMPARE(slide(), 3);
+        QVERIFY(panelInSight());
+        // Not one of the keys typed into the panel reached the show.
+        QCOMPARE(keysOtherThanSlides(), QStringList());
+    }
+
+    void aClickOnTheBackgroundKeepsTheShowInControlAndThePanelInSight_data()
+    {
+        thePresenterStartsTheTimerAndGoesOnWithTheSlides_data();
+    }
+
+    void aClickOnTheBackgroundKeepsTheShowInControlAndThePanelInSight()
+    {
+        QFETCH(QString, show);
+        QVERIFY(startShow(show));
+        QVERIFY(startApp());
+        clickPanelAt(0.35, 0.5);
+        QTRY_VERIFY(!showHasKeyboard());
+        clickPanelAt(0.03, 0.08);
+        QVERIFY(keyboardBackWithShow());
+        QTRY_VERIFY(panelInSight());
+        m_compositor->tap(keySpace);
+        QTRY_COMPARE(slide(), 2);
+        QVERIFY(panelInSight());
+        QCOMPARE(keysOtherThanSlides(), QStringList());
+    }
+
+    void afterAPauseEveryDigitGoesIntoTheField_data()
+    {
+        thePresenterStartsTheTimerAndGoesOnWithTheSlides_data();
+    }
+
+    void afterAPauseEveryDigitGoesIntoTheField()
+    {
+        QFETCH(QString, show);
+        QVERIFY(startShow(show));
+        QVERIFY(startApp());
+        clickPanelAt(0.35, 0.5);
+        QTRY_VERIFY(!showHasKeyboard());
+        typeAndReturn(QStringLiteral("0:5:0"));
+        QTRY_COMPARE(desktop::storedCountdownTime(), QStringLiteral("00:05:00"));
+        QVERIFY(keyboardBackWithShow());
+        for (int round = 0; round < 10; ++round) {
+            QTRY_VERIFY(panelInSight());
+            clickPanelAt(0.5, 0.5); // pauses the running time
+            QTRY_VERIFY(playButtonInSight());
+            QVERIFY(showHasKeyboard());
+            clickPanelAt(0.35, 0.5);
+            QTRY_VERIFY(!showHasKeyboard());
+            typeAndReturn(QStringLiteral("0:%1:0").arg(round + 10));
+            QTRY_COMPARE(desktop::storedCountdownTime(), QStringLiteral("00:%1:00").arg(round + 10));
+            QVERIFY(keyboardBackWithShow());
+            QTRY_VERIFY(panelInSight());
+        }
+        m_compositor->tap(keyNext);
+        QTRY_COMPARE(slide(), 2);
+        QCOMPARE(keysOtherThanSlides(), QStringList());
+    }
+};
+
+BREVLIN_TEST_MAIN_GUI(TestStageWayland)
+#include "tst_stage_wayland.moc"
