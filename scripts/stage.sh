@@ -158,6 +158,107 @@ run_row() {
     echo "$visible $keyboard $advanced $notes"
 }
 
+# One row under a Wayland compositor, run inside its lab session (tests/support/lab): the show runs natively
+# on Wayland, the timer as it chooses. Input and screenshots go through the compositor (lab_driver); where
+# the keyboard is can only be told from what the keys do. Prints "visible keyboard advanced notes".
+run_wayland_row() {
+    local show=$1 app=$2 deck=$3 shots=$4 compositor=$BREVLIN_LAB_COMPOSITOR notes=""
+    local root tag reply
+    row_root=$(mktemp -d "${TMPDIR:-/tmp}/brevlin-stage.XXXXXX")
+    root=$row_root
+    tag="$shots/$compositor-$show"
+    pids=()
+    trap 'for p in "${pids[@]}"; do kill "$p" 2>/dev/null; done; rm -rf "$row_root"' EXIT
+    coproc DRIVER { "$LAB_DRIVER" 2>/dev/null; }
+    pids+=("$DRIVER_PID")
+    drive() {
+        echo "$*" >&"${DRIVER[1]}"
+        reply=""
+        read -r -t 30 reply <&"${DRIVER[0]}"
+    }
+    read -r -t 30 reply <&"${DRIVER[0]}"
+    [ "$reply" = "ok ready" ] || { echo "no no no driver:${reply:-none}"; return; }
+    drive shot "$root/desktop.png"
+
+    case "$show" in
+    impress)
+        cp "$deck.fodp" "$root/deck.fodp"
+        SAL_USE_VCLPLUGIN=gtk3 GDK_BACKEND=wayland soffice --nologo --norestore --nodefault --show \
+            "$root/deck.fodp" >"$root/show.log" 2>&1 &
+        ;;
+    evince) GDK_BACKEND=wayland evince --presentation "$deck.pdf" >"$root/show.log" 2>&1 & ;;
+    pdfpc) GDK_BACKEND=wayland pdfpc --single-screen --windowed=none "$deck.pdf" >"$root/show.log" 2>&1 & ;;
+    fake)
+        mkfifo "$root/show.stdin"
+        QT_QPA_PLATFORM=wayland "$STAGE_SHOW" <"$root/show.stdin" >"$root/show.log" 2>&1 &
+        exec 7>"$root/show.stdin"
+        ;;
+    esac
+    pids+=($!)
+    # Full screen: most of the screen differs from the bare desktop, and has settled.
+    local i changed previous=""
+    for ((i = 0; i < 60; i++)); do
+        sleep 1
+        drive shot "$root/now.png"
+        drive changed "$root/desktop.png" "$root/now.png" 0 0 0 0
+        changed=${reply#ok }
+        if [ "${changed:-0}" -gt 700000 ] 2>/dev/null; then
+            [ -n "$previous" ] && break
+            previous=$changed
+        fi
+    done
+    ((i < 60)) || { cp "$root/now.png" "$tag-noshow.png"; echo "no no no show-not-full-screen"; return; }
+    sleep 2
+    drive shot "$tag-0-show.png"
+
+    "$app" >"$root/app.log" 2>&1 &
+    pids+=($!)
+    local panel=""
+    for ((i = 0; i < 40; i++)); do
+        sleep 0.5
+        drive panel
+        [ "$reply" != "ok none" ] && [ "${reply%% *}" = ok ] && panel=${reply#ok } && break
+    done
+    [ -n "$panel" ] || { drive shot "$tag-1-nopanel.png"; echo "no no no panel-not-in-sight"; return; }
+    sleep 1.5
+    local px py pw ph
+    read -r px py pw ph <<<"$panel"
+    drive shot "$tag-1-launch.png"
+
+    # Type a time as the presenter does: click into it, replace it, Return.
+    drive click $((px + pw * 35 / 100)) $((py + ph / 2))
+    sleep 0.7
+    drive key ctrl+a
+    drive type 0:0:30
+    drive key Return
+    sleep 1.5
+    drive shot "$tag-2-typed.png"
+    local stored typed=no
+    stored=$(sed -n 's/^BRVCountdownTime=//p' "$HOME/.config/Brevlin/Brevlin.conf" 2>/dev/null)
+    [ "$stored" = "00:00:30" ] && typed=yes
+    notes+="typed:${stored:-none};"
+
+    drive key Right
+    sleep 2
+    drive shot "$tag-3-next.png"
+    drive changed "$tag-2-typed.png" "$tag-3-next.png" "$px" "$py" "$pw" "$ph"
+    changed=${reply#ok }
+    local advanced=no keyboard=no visible=no
+    [ "${changed:-0}" -gt 2000 ] 2>/dev/null && advanced=yes
+    [ "$typed" = yes ] && [ "$advanced" = yes ] && keyboard=yes
+    notes+="changed:${changed:-?};"
+    drive panel
+    [ "$reply" != "ok none" ] && [ "${reply%% *}" = ok ] && visible=yes
+    [ "$show" = fake ] && notes+="keys:$(grep -c '^key' "$root/show.log")"
+    echo "$visible $keyboard $advanced $notes"
+}
+
+if [ "${1:-}" = "--wayland-row" ]; then
+    shift
+    run_wayland_row "$@"
+    exit 0
+fi
+
 if [ "${1:-}" = "--row" ]; then
     shift
     run_row "$@"
@@ -185,6 +286,8 @@ if [ -z "$app" ]; then
 fi
 app=$(cd "$(dirname "$app")" && pwd)/$(basename "$app")
 export FAKE_SLIDESHOW="${FAKE_SLIDESHOW:-$(dirname "$app")/../tests/support/fake_slideshow}"
+export STAGE_SHOW="${STAGE_SHOW:-$(dirname "$app")/../tests/support/stage_show}"
+export LAB_DRIVER="${LAB_DRIVER:-$(dirname "$app")/../tests/app/lab_driver}"
 
 shots="$repo/build/stage-shots"
 rm -rf "$shots"
@@ -195,7 +298,7 @@ cp "$here/stage/deck.fodp" "$deckdir/deck.fodp"
 HOME="$deckdir" timeout 120 soffice --headless --convert-to pdf --outdir "$deckdir" "$deckdir/deck.fodp" >/dev/null 2>&1
 [ -f "$deckdir/deck.pdf" ] || { echo "stage: could not convert the deck to PDF" >&2; exit 1; }
 
-wms=${STAGE_WMS:-openbox metacity xfwm4 kwin_x11 marco}
+wms=${STAGE_WMS:-openbox metacity xfwm4 kwin_x11 marco gnome-shell}
 shows=${STAGE_SHOWS:-impress evince pdfpc}
 [ -x "$FAKE_SLIDESHOW" ] && [ -z "${STAGE_SHOWS:-}" ] && shows="fake $shows"
 results="$shots/results.txt"
@@ -203,7 +306,14 @@ results="$shots/results.txt"
 printf '%-9s %-8s %-8s %-13s %-15s %s\n' "wm" "show" "visible" "keyboard back" "slide advanced" "notes"
 for wm in $wms; do
     for show in $shows; do
-        line=$(timeout -k 5 150 "$0" --row "$wm" "$show" "$app" "$deckdir/deck" "$shots" 2>/dev/null | tail -n1)
+        case "$wm" in
+        gnome-shell)
+            # A Wayland compositor with its lab session (tests/support/lab/gnome-shell.sh).
+            line=$(timeout -k 5 150 "$repo/tests/support/lab/$wm.sh" -- "$0" --wayland-row "$show" "$app" \
+                "$deckdir/deck" "$shots" 2>/dev/null | tail -n1)
+            ;;
+        *) line=$(timeout -k 5 150 "$0" --row "$wm" "$show" "$app" "$deckdir/deck" "$shots" 2>/dev/null | tail -n1) ;;
+        esac
         [ -n "$line" ] || line="no no no timed-out"
         read -r visible keyboard advanced notes <<<"$line"
         printf '%-9s %-8s %-8s %-13s %-15s %s\n' "$wm" "$show" "$visible" "$keyboard" "$advanced" "$notes" |

@@ -244,6 +244,41 @@ private slots:
         QTRY_COMPARE(slide(), 2);
         QVERIFY(panelInSight());
         QCOMPARE(keysOtherThanSlides(), QStringList());
+
+        // Nothing of that click is left over: the next click into the time takes the keyboard again.
+        clickPanelAt(0.35, 0.5);
+        QTRY_VERIFY(!showHasKeyboard());
+        typeAndReturn(QStringLiteral("0:2:0"));
+        QTRY_COMPARE(desktop::storedCountdownTime(), QStringLiteral("00:02:00"));
+        QVERIFY(keyboardBackWithShow());
+        QCOMPARE(keysOtherThanSlides(), QStringList());
+    }
+
+    void leavingTheTimeByClickingTheShowLeavesThePanelWithoutTheKeyboard_data()
+    {
+        thePresenterStartsTheTimerAndGoesOnWithTheSlides_data();
+    }
+
+    void leavingTheTimeByClickingTheShowLeavesThePanelWithoutTheKeyboard()
+    {
+        QFETCH(QString, show);
+        QVERIFY(startShow(show));
+        QVERIFY(startApp());
+        clickPanelAt(0.35, 0.5);
+        QTRY_VERIFY(!showHasKeyboard());
+        // The presenter changes their mind and clicks the slide instead.
+        m_compositor->clickAt({m_panel.x() / 2, 600});
+        QVERIFY(keyboardBackWithShow());
+        // A click on the panel's background then leaves the keyboard with the show: not even for a moment
+        // does the show lose it.
+        const qsizetype before = showSaid().size();
+        clickPanelAt(0.03, 0.08);
+        QTest::qWait(500);
+        QCOMPARE(showSaid().mid(before).filter(QStringLiteral("focus")), QStringList());
+        m_compositor->tap(keyRight);
+        QTRY_COMPARE(slide(), 2);
+        QVERIFY(panelInSight());
+        QCOMPARE(keysOtherThanSlides(), QStringList());
     }
 
     void afterAPauseEveryDigitGoesIntoTheField_data()

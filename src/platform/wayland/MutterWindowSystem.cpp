@@ -51,6 +51,20 @@ MutterWindowSystem::MutterWindowSystem()
     m_showAgainAtTheLatest.setSingleShot(true);
     m_showAgainAtTheLatest.setInterval(longestHandBackHide);
     QObject::connect(&m_showAgainAtTheLatest, &QTimer::timeout, [this] { showAgain(); });
+    // The presenter may leave the time for the show by clicking the show: the panel then refuses the
+    // keyboard again, or mutter would give it the keyboard at the next click on its background.
+    QObject::connect(qGuiApp, &QGuiApplication::focusWindowChanged, &m_showAgainAtTheLatest,
+                     [this](QWindow* focused) {
+                         if (m_lent == 0)
+                             return;
+                         if (focused && focused == ownWindow(m_lent)) {
+                             m_lentIsHeld = true;
+                         } else if (m_lentIsHeld) {
+                             setAcceptsKeyboard(m_lent, false);
+                             m_lent = 0;
+                             m_lentIsHeld = false;
+                         }
+                     });
 }
 
 bool MutterWindowSystem::panelBypassesWindowManager()
@@ -66,6 +80,7 @@ bool MutterWindowSystem::activatePowerPoint()
     if (m_lent != 0) {
         setAcceptsKeyboard(m_lent, false);
         m_lent = 0;
+        m_lentIsHeld = false;
     }
     return true;
 }
@@ -76,6 +91,7 @@ void MutterWindowSystem::activatePreviousWindow()
         return; // the panel never took the keyboard: it is still where the presenter left it
     const std::uint32_t panel = m_lent;
     m_lent = 0;
+    m_lentIsHeld = false;
     setAcceptsKeyboard(panel, false);
     QWindow* window = ownWindow(panel);
     qCDebug(handBack) << "hand-back: panel" << Qt::hex << panel << "focused"
@@ -124,6 +140,7 @@ bool MutterWindowSystem::lendKeyboard(NativeWindow panel)
     const auto id = static_cast<std::uint32_t>(panel);
     qCDebug(handBack) << "lent to" << Qt::hex << id;
     m_lent = id;
+    m_lentIsHeld = QGuiApplication::focusWindow() == ownWindow(id);
     setAcceptsKeyboard(id, true);
     // Qt reads the pointer through XInput 2, whose clicks leave no time where the watcher looks: the last
     // time known may be a key's from before the last hand-back, which mutter would take as stale.

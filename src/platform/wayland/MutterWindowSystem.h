@@ -28,7 +28,9 @@ public:
 private:
     void showAgain();
 
+    /// The panel that was lent the keyboard, until the next hand-back or until it lost the keyboard.
     std::uint32_t m_lent = 0;
+    bool m_lentIsHeld = false;
     QPointer<QWindow> m_hidden;
     QElapsedTimer m_hiddenFor;
     QTimer m_showAgainAtTheLatest;

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace lab {
 
@@ -84,29 +85,6 @@ inline int countPixels(const QImage& image, const QRect& area, const std::functi
     return count;
 }
 
-/// The smallest rectangle around the near-white pixels: the default panel's background, since the stand-in
-/// show draws nothing near white. Null when there are too few of them to be a panel.
-inline QRect panelArea(const QImage& screen)
-{
-    int left = screen.width(), top = screen.height(), right = -1, bottom = -1, count = 0;
-    for (int y = 0; y < screen.height(); ++y) {
-        const auto* line = reinterpret_cast<const QRgb*>(screen.constScanLine(y));
-        for (int x = 0; x < screen.width(); ++x) {
-            const QRgb p = line[x];
-            if (qRed(p) > 240 && qGreen(p) > 240 && qBlue(p) > 240) {
-                left = std::min(left, x);
-                right = std::max(right, x);
-                top = std::min(top, y);
-                bottom = std::max(bottom, y);
-                ++count;
-            }
-        }
-    }
-    if (count < 2000)
-        return {};
-    return QRect(QPoint(left, top), QPoint(right, bottom));
-}
-
 /// Whether the screen shows the default panel there: mostly white, with dark digits.
 inline bool showsThePanel(const QImage& screen, const QRect& panel)
 {
@@ -114,6 +92,55 @@ inline bool showsThePanel(const QImage& screen, const QRect& panel)
     const int white = countPixels(screen, panel, [](QColor c) { return c.lightness() > 240; });
     const int dark = countPixels(screen, panel, [](QColor c) { return c.lightness() < 60; });
     return all > 0 && white > all / 2 && dark > all / 50;
+}
+
+/// The default panel on screen: of the areas of touching near-white pixels (the stand-in show draws none,
+/// a real slide may), the largest that looks like the panel. Null when none does.
+inline QRect panelArea(const QImage& screen)
+{
+    const int w = screen.width(), h = screen.height();
+    const auto nearWhite = [&screen](int x, int y) {
+        const QRgb p = reinterpret_cast<const QRgb*>(screen.constScanLine(y))[x];
+        return qRed(p) > 240 && qGreen(p) > 240 && qBlue(p) > 240;
+    };
+    std::vector<bool> seen(std::size_t(w) * std::size_t(h), false);
+    std::vector<QPoint> stack;
+    QRect best;
+    int bestCount = 0;
+    for (int y0 = 0; y0 < h; ++y0) {
+        for (int x0 = 0; x0 < w; ++x0) {
+            if (seen[std::size_t(y0) * w + x0] || !nearWhite(x0, y0))
+                continue;
+            int left = x0, right = x0, top = y0, bottom = y0, count = 0;
+            stack.assign(1, QPoint(x0, y0));
+            seen[std::size_t(y0) * w + x0] = true;
+            while (!stack.empty()) {
+                const QPoint p = stack.back();
+                stack.pop_back();
+                ++count;
+                left = std::min(left, p.x());
+                right = std::max(right, p.x());
+                top = std::min(top, p.y());
+                bottom = std::max(bottom, p.y());
+                for (const QPoint next :
+                     {p + QPoint(1, 0), p - QPoint(1, 0), p + QPoint(0, 1), p - QPoint(0, 1)}) {
+                    if (next.x() < 0 || next.y() < 0 || next.x() >= w || next.y() >= h)
+                        continue;
+                    const std::size_t at = std::size_t(next.y()) * w + next.x();
+                    if (!seen[at] && nearWhite(next.x(), next.y())) {
+                        seen[at] = true;
+                        stack.push_back(next);
+                    }
+                }
+            }
+            const QRect area(QPoint(left, top), QPoint(right, bottom));
+            if (count > bestCount && count >= 2000 && showsThePanel(screen, area)) {
+                best = area;
+                bestCount = count;
+            }
+        }
+    }
+    return best;
 }
 
 /// Whether the panel there shows its green play button, which it does only while idle.

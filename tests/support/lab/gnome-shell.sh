@@ -201,9 +201,14 @@ wait_for 10 "the session bus" gdbus call --session -d org.freedesktop.DBus -o /o
 
 # Settings go into the private dconf database before the shell reads them. They keep the screen as the
 # test left it: no animations (screenshots show the final state at once), no hot corner (the pointer in
-# the top-left corner would open the overview), no blanking or locking, no welcome tour.
+# the top-left corner would open the overview), no blanking or locking, no welcome tour, and a plain grey
+# desktop that no show or panel is mistaken for (GNOME's own is a dark blue close to a slide's).
 gsettings_batch() {
     gsettings set org.gnome.desktop.interface enable-animations false &&
+        gsettings set org.gnome.desktop.background picture-uri '' &&
+        gsettings set org.gnome.desktop.background picture-uri-dark '' &&
+        gsettings set org.gnome.desktop.background color-shading-type solid &&
+        gsettings set org.gnome.desktop.background primary-color '#808080' &&
         gsettings set org.gnome.desktop.interface enable-hot-corners false &&
         gsettings set org.gnome.desktop.session idle-delay 0 &&
         gsettings set org.gnome.desktop.screensaver lock-enabled false &&
