@@ -281,6 +281,54 @@ private slots:
         QCOMPARE(keysOtherThanSlides(), QStringList());
     }
 
+    void draggingThePanelMovesItAndLeavesTheKeyboardWithTheShow()
+    {
+        QVERIFY(startShow(QStringLiteral("native")));
+        QVERIFY(startApp());
+        const QRect before = m_panel;
+        const QPoint from = panelPoint(0.03, 0.08);
+        m_compositor->moveTo(from);
+        QTest::qWait(50);
+        m_compositor->button(true);
+        for (int step = 1; step <= 10; ++step) {
+            m_compositor->moveTo(from + QPoint(-30, 20) * step);
+            QTest::qWait(30);
+        }
+        m_compositor->button(false);
+        QTRY_VERIFY(panelInSight() && m_panel.topLeft() != before.topLeft());
+        // The window manager moves it from the step where the drag began: by the pointer's way, less the
+        // first step at most.
+        const QPoint moved = m_panel.topLeft() - before.topLeft();
+        QVERIFY2(moved.x() <= -270 && moved.x() >= -300 && moved.y() >= 180 && moved.y() <= 200,
+                 qPrintable(QStringLiteral("%1,%2").arg(moved.x()).arg(moved.y())));
+        QCOMPARE(m_panel.size(), before.size());
+        // mutter holds the keyboard while it moves a window, and gives it back to the show afterwards.
+        QVERIFY(keyboardBackWithShow());
+        m_compositor->tap(keyRight);
+        QTRY_COMPARE(slide(), 2);
+    }
+
+    void thePanelIsOnEveryWorkspace()
+    {
+        QVERIFY(startShow(QStringLiteral("native")));
+        QVERIFY(startApp());
+        // GNOME's own keys to the next workspace (always there, empty) and back.
+        constexpr std::uint32_t super = 0xffeb;
+        m_compositor->key(super, true);
+        m_compositor->tap(keyNext);
+        m_compositor->key(super, false);
+        // Not the show's workspace: the grey desktop, and the panel over it.
+        QTRY_VERIFY(countPixels(m_compositor->screenshot(), QRect(0, 0, 4000, 4000),
+                                [](QColor c) { return c.red() == 0x10 && c.blue() == 0x80; }) == 0);
+        QVERIFY(panelInSight());
+        m_compositor->key(super, true);
+        constexpr std::uint32_t prior = 0xff55;
+        m_compositor->tap(prior);
+        m_compositor->key(super, false);
+        QVERIFY(keyboardBackWithShow());
+        QTRY_VERIFY(panelInSight());
+    }
+
     void afterAPauseEveryDigitGoesIntoTheField_data()
     {
         thePresenterStartsTheTimerAndGoesOnWithTheSlides_data();

@@ -73,12 +73,17 @@ public:
 
     void moveTo(QPoint at) override
     {
-        // Relative moves only need no screen cast. Far beyond the bottom right corner first, where the
-        // pointer stops, and from there to the point: no hot corner on the way, whatever was before.
-        m_session->call(QStringLiteral("NotifyPointerMotionRelative"), 100000.0, 100000.0);
-        const QSize size = m_lastSize.isValid() ? m_lastSize : screenshot().size();
-        m_session->call(QStringLiteral("NotifyPointerMotionRelative"), double(at.x() - (size.width() - 1)),
-                        double(at.y() - (size.height() - 1)));
+        // Relative moves only need no screen cast, and mutter moves the pointer by exactly as much. The
+        // first goes far beyond the bottom right corner, where the pointer stops: from there it is known.
+        if (!m_pointerKnown) {
+            m_session->call(QStringLiteral("NotifyPointerMotionRelative"), 100000.0, 100000.0);
+            const QSize size = m_lastSize.isValid() ? m_lastSize : screenshot().size();
+            m_pointer = QPoint(size.width() - 1, size.height() - 1);
+            m_pointerKnown = true;
+        }
+        const QPoint by = at - m_pointer;
+        m_session->call(QStringLiteral("NotifyPointerMotionRelative"), double(by.x()), double(by.y()));
+        m_pointer = at;
     }
 
     QImage screenshot() override
@@ -105,6 +110,8 @@ private:
     std::unique_ptr<QDBusInterface> m_shell;
     QTemporaryDir m_folder;
     QSize m_lastSize;
+    QPoint m_pointer;
+    bool m_pointerKnown = false;
 };
 
 } // namespace lab
