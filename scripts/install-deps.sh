@@ -22,6 +22,9 @@ packages=(
     # buses, its settings store, Qt's Wayland platform for the stand-in show, and D-Bus for Qt's tests
     gnome-shell xwayland qt6-wayland dbus-daemon dbus-bin libglib2.0-bin dconf-gsettings-backend dconf-service
     gsettings-desktop-schemas iproute2 util-linux
+    # test: the Wayland lab's sway (wlroots) session, its screenshots, and its drivers' Wayland client code
+    # (sway's virtual keyboard and pointer, KDE's fake input for the KWin driver)
+    sway grim libwayland-dev libwayland-bin libxkbcommon-dev plasma-wayland-protocols
     # test: the fuzz targets (make fuzz): Debian's clang with libFuzzer and the sanitizer runtimes
     clang-14 libclang-rt-14-dev
 )

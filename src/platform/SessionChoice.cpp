@@ -1,8 +1,10 @@
 // Where one build serves several window systems (X11, and XWayland under a Wayland compositor), the
-// session decides: the code for GNOME where mutter manages XWayland's windows, X11's everywhere else.
+// session decides: the code for GNOME where mutter manages XWayland's windows, for wlroots compositors
+// (sway) where wlroots does, X11's everywhere else.
 
 #include "WindowSystem.h"
 #include "wayland/MutterWindowSystem.h"
+#include "wayland/WlrootsWindowSystem.h"
 #include "x11/X11WindowSystem.h"
 
 #include <QtGlobal>
@@ -28,8 +30,12 @@ std::unique_ptr<WindowSystem> makeWindowSystem()
 {
     if (!x11::X11WindowSystem::available())
         return std::make_unique<WindowSystem>();
-    if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") && wayland::MutterWindowSystem::runsHere())
-        return std::make_unique<wayland::MutterWindowSystem>();
+    if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        if (wayland::MutterWindowSystem::runsHere())
+            return std::make_unique<wayland::MutterWindowSystem>();
+        if (wayland::WlrootsWindowSystem::runsHere())
+            return std::make_unique<wayland::WlrootsWindowSystem>();
+    }
     return std::make_unique<x11::X11WindowSystem>();
 }
 

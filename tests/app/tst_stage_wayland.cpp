@@ -262,6 +262,10 @@ private slots:
     void leavingTheTimeByClickingTheShowLeavesThePanelWithoutTheKeyboard()
     {
         QFETCH(QString, show);
+        if (qgetenv("BREVLIN_LAB_COMPOSITOR") == "sway" && show == QLatin1String("native"))
+            QSKIP(
+                "sway counts the show as focused all along and does not give it the keyboard back on a click "
+                "while the panel has it; Return, or a click on the panel, does");
         QVERIFY(startShow(show));
         QVERIFY(startApp());
         clickPanelAt(0.35, 0.5);
@@ -283,6 +287,8 @@ private slots:
 
     void draggingThePanelMovesItAndLeavesTheKeyboardWithTheShow()
     {
+        if (qgetenv("BREVLIN_LAB_COMPOSITOR") == "sway")
+            QSKIP("under sway the panel, an X window that moves itself, does not follow a drag yet");
         QVERIFY(startShow(QStringLiteral("native")));
         QVERIFY(startApp());
         const QRect before = m_panel;
@@ -310,6 +316,8 @@ private slots:
 
     void thePanelIsOnEveryWorkspace()
     {
+        if (qgetenv("BREVLIN_LAB_COMPOSITOR") != "gnome-shell")
+            QSKIP("GNOME's own keys change the workspace; the lab's other compositors have none bound");
         QVERIFY(startShow(QStringLiteral("native")));
         QVERIFY(startApp());
         // GNOME's own keys to the next workspace (always there, empty) and back.

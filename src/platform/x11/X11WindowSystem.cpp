@@ -786,6 +786,56 @@ void X11WindowSystem::setAcceptsKeyboard(std::uint32_t window, bool accepts)
                                                   XCB_ATOM_WM_HINTS, 32, fields, hints.data())});
 }
 
+std::uint32_t X11WindowSystem::atom(const char* name)
+{
+    xcb_connection_t* c = qtConnection();
+    return c ? internAtoms(c, {name}).front() : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+std::vector<std::uint32_t> X11WindowSystem::windowTypes(std::uint32_t window)
+{
+    xcb_connection_t* c = qtConnection();
+    const xcb_atom_t type = atom("_NET_WM_WINDOW_TYPE");
+    if (!c || type == XCB_ATOM_NONE)
+        return {};
+    return values32(c, xcb_get_property(c, 0, window, type, XCB_ATOM_ATOM, 0, 32), XCB_ATOM_ATOM);
+}
+
+void X11WindowSystem::setWindowTypes(std::uint32_t window, const std::vector<std::uint32_t>& types)
+{
+    xcb_connection_t* c = qtConnection();
+    const xcb_atom_t type = atom("_NET_WM_WINDOW_TYPE");
+    if (!c || type == XCB_ATOM_NONE || types.empty())
+        return;
+    collectErrors(c, {xcb_change_property_checked(c, XCB_PROP_MODE_REPLACE, window, type, XCB_ATOM_ATOM, 32,
+                                                  static_cast<std::uint32_t>(types.size()), types.data())});
+}
+
+void X11WindowSystem::remap(std::uint32_t window)
+{
+    if (xcb_connection_t* c = qtConnection())
+        collectErrors(c, {xcb_unmap_window_checked(c, window), xcb_map_window_checked(c, window)});
+}
+
+bool X11WindowSystem::grabKeyboard(std::uint32_t window)
+{
+    xcb_connection_t* c = qtConnection();
+    if (!c)
+        return false;
+    xcb_generic_error_t* error = nullptr;
+    const Reply<xcb_grab_keyboard_reply_t> reply(xcb_grab_keyboard_reply(
+        c, xcb_grab_keyboard(c, 0, window, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+        &error));
+    std::free(error);
+    return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+}
+
+void X11WindowSystem::releaseKeyboard()
+{
+    if (xcb_connection_t* c = qtConnection())
+        collectErrors(c, {xcb_ungrab_keyboard_checked(c, XCB_CURRENT_TIME)});
+}
+
 unsigned long windowListReads() noexcept
 {
     return windowListReadCount();

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace platform::x11 {
 
@@ -42,6 +43,16 @@ protected:
     void onActiveWindowChange(std::function<void(std::uint32_t)> call);
     /// Sets the ICCCM input hint of the window: whether the window manager may give it the keyboard.
     void setAcceptsKeyboard(std::uint32_t window, bool accepts);
+    /// The atom of the name; 0 where the server would not intern it.
+    std::uint32_t atom(const char* name);
+    /// The window's _NET_WM_WINDOW_TYPE, most specific first; and a replacement for it.
+    std::vector<std::uint32_t> windowTypes(std::uint32_t window);
+    void setWindowTypes(std::uint32_t window, const std::vector<std::uint32_t>& types);
+    /// Unmaps the window and maps it again at once, behind Qt's back: Qt follows the server's notices.
+    void remap(std::uint32_t window);
+    /// Sends every key of the X server to the window until releaseKeyboard(); false where refused.
+    bool grabKeyboard(std::uint32_t window);
+    void releaseKeyboard();
 };
 
 /// How many times the hand-back has read the window list from the server since the start: lets a test
