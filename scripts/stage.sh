@@ -267,7 +267,7 @@ fi
 
 app=${1:-}
 "$repo/scripts/install-deps.sh" || exit 1
-stage_packages=(libreoffice-impress libreoffice-gtk3 evince pdfpc openbox xfwm4 metacity marco kwin-x11 dbus
+stage_packages=(libreoffice-impress libreoffice-gtk3 evince pdfpc openbox xfwm4 metacity marco kwin-x11 kwin-wayland dbus
     xdotool imagemagick x11-utils xvfb)
 missing=()
 for package in "${stage_packages[@]}"; do
@@ -298,7 +298,7 @@ cp "$here/stage/deck.fodp" "$deckdir/deck.fodp"
 HOME="$deckdir" timeout 120 soffice --headless --convert-to pdf --outdir "$deckdir" "$deckdir/deck.fodp" >/dev/null 2>&1
 [ -f "$deckdir/deck.pdf" ] || { echo "stage: could not convert the deck to PDF" >&2; exit 1; }
 
-wms=${STAGE_WMS:-openbox metacity xfwm4 kwin_x11 marco gnome-shell}
+wms=${STAGE_WMS:-openbox metacity xfwm4 kwin_x11 marco gnome-shell sway kwin}
 shows=${STAGE_SHOWS:-impress evince pdfpc}
 [ -x "$FAKE_SLIDESHOW" ] && [ -z "${STAGE_SHOWS:-}" ] && shows="fake $shows"
 results="$shots/results.txt"
@@ -307,7 +307,7 @@ printf '%-9s %-8s %-8s %-13s %-15s %s\n' "wm" "show" "visible" "keyboard back" "
 for wm in $wms; do
     for show in $shows; do
         case "$wm" in
-        gnome-shell)
+        gnome-shell | sway | kwin)
             # A Wayland compositor with its lab session (tests/support/lab/gnome-shell.sh).
             line=$(timeout -k 5 150 "$repo/tests/support/lab/$wm.sh" -- "$0" --wayland-row "$show" "$app" \
                 "$deckdir/deck" "$shots" 2>/dev/null | tail -n1)
