@@ -337,6 +337,48 @@ private slots:
         QTRY_VERIFY(panelInSight());
     }
 
+    void theKeyboardGoesBackToPowerPointWhereItRuns()
+    {
+        if (qgetenv("BREVLIN_LAB_COMPOSITOR") == "sway")
+            QSKIP("sway marks an X window that asks to be activated as urgent instead of focusing it");
+        // PowerPoint under Wine: an X client whose WM_CLASS is powerpnt.exe, full screen but behind the
+        // native show the presenter used last.
+        QProcess powerPoint;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+        powerPoint.setProcessEnvironment(env);
+        powerPoint.start(QStringLiteral(STAGE_SHOW),
+                         {QStringLiteral("-name"), QStringLiteral("powerpnt.exe")});
+        QStringList powerPointSaid;
+        const auto readPowerPoint = [&powerPoint, &powerPointSaid] {
+            powerPoint.waitForReadyRead(20);
+            while (powerPoint.canReadLine())
+                powerPointSaid << QString::fromUtf8(powerPoint.readLine()).trimmed();
+            return powerPointSaid;
+        };
+        QVERIFY(QTest::qWaitFor([&] { return readPowerPoint().contains(QLatin1String("focus in")); }, 15000));
+        QVERIFY(startShow(QStringLiteral("native")));
+        QTRY_VERIFY(readPowerPoint().constLast() == QLatin1String("focus out"));
+        QVERIFY(startApp());
+
+        clickPanelAt(0.35, 0.5);
+        QTRY_VERIFY(!showHasKeyboard());
+        typeAndReturn(QStringLiteral("0:0:30"));
+        QTRY_COMPARE(desktop::storedCountdownTime(), QStringLiteral("00:00:30"));
+        QTRY_COMPARE(readPowerPoint().constLast(), QStringLiteral("focus in"));
+        m_compositor->tap(keyRight);
+        QTRY_VERIFY(readPowerPoint().contains(QLatin1String("slide 2")));
+        QCOMPARE(readPowerPoint().filter(QStringLiteral("key ")), QStringList());
+        QCOMPARE(keysOtherThanSlides(), QStringList());
+        QCOMPARE(slide(), 1);
+        QTRY_VERIFY(panelInSight());
+        powerPoint.closeWriteChannel();
+        if (!powerPoint.waitForFinished(3000)) {
+            powerPoint.kill();
+            powerPoint.waitForFinished();
+        }
+    }
+
     void afterAPauseEveryDigitGoesIntoTheField_data()
     {
         thePresenterStartsTheTimerAndGoesOnWithTheSlides_data();
