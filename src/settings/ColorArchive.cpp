@@ -39,7 +39,8 @@ quint16 halfBits(float v)
 float halfValue(quint16 bits)
 {
     qfloat16 half;
-    std::memcpy(&half, &bits, sizeof bits);
+    // qfloat16 holds exactly its 16 bits; the cast says that copying them in is meant.
+    std::memcpy(static_cast<void*>(&half), &bits, sizeof bits);
     return float(half);
 }
 

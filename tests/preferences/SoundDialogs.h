@@ -37,7 +37,8 @@ inline QFileDialog* openAddSoundPanel(PreferenceWindowController& c)
     const QList<QFileDialog*> before = addSoundPanels();
     click(c.addSoundButton());
     QFileDialog* opened = nullptr;
-    QTest::qWaitFor(
+    // The dialog found, or null, is the answer.
+    static_cast<void>(QTest::qWaitFor(
         [&] {
             for (QFileDialog* panel : addSoundPanels()) {
                 if (!before.contains(panel))
@@ -45,7 +46,7 @@ inline QFileDialog* openAddSoundPanel(PreferenceWindowController& c)
             }
             return opened != nullptr;
         },
-        3000);
+        3000));
     return opened;
 }
 
