@@ -2,7 +2,7 @@
 
 // What the timer needs from the window system that Qt cannot say portably. One folder per window system
 // implements WindowSystem.h, chosen by CMake and, where one build serves several (X11, XWayland under
-// GNOME), at start-up by what the session offers. No Qt headers in this interface. Every function
+// GNOME or sway), at start-up by what the session offers. No Qt headers in this interface. Every function
 // swallows every failure: the panel must keep working on stage whatever the window system does.
 
 #include <cstdint>
