@@ -267,7 +267,8 @@ fi
 
 app=${1:-}
 "$repo/scripts/install-deps.sh" || exit 1
-stage_packages=(libreoffice-impress libreoffice-gtk3 evince pdfpc openbox xfwm4 metacity marco kwin-x11 kwin-wayland dbus
+stage_packages=(libreoffice-impress libreoffice-gtk3 evince pdfpc openbox xfwm4 metacity marco mate-settings-daemon-common
+    kwin-x11 kwin-wayland dbus
     xdotool imagemagick x11-utils xvfb)
 missing=()
 for package in "${stage_packages[@]}"; do
