@@ -3,6 +3,7 @@
 // The panel must stay in sight (read from the root window, whoever drew it) and every key meant for the
 // slides must reach them.
 #include "DesktopDriver.h"
+#include "ShowLog.h"
 #include "TestMain.h"
 
 #include <QDir>
@@ -21,7 +22,7 @@ private:
     QProcess m_show;
     quint64 m_panel = 0;
     quint64 m_slides = 0;
-    QStringList m_showLog;
+    ShowLog m_log{m_show};
 
     bool startShow()
     {
@@ -43,32 +44,8 @@ private:
             10000);
     }
 
-    /// What the show has said since the last call, one line per key it received.
-    QStringList showSaid()
-    {
-        m_show.waitForReadyRead(50);
-        while (m_show.canReadLine())
-            m_showLog << QString::fromUtf8(m_show.readLine()).trimmed();
-        return m_showLog;
-    }
-
-    int slide()
-    {
-        int current = 1;
-        for (const QString& line : showSaid())
-            if (line.startsWith(QLatin1String("slide ")))
-                current = line.mid(6).toInt();
-        return current;
-    }
-
-    QStringList keysOtherThanSlides()
-    {
-        QStringList others;
-        for (const QString& line : showSaid())
-            if (!line.startsWith(QLatin1String("slide ")))
-                others << line;
-        return others;
-    }
+    int slide() { return m_log.slide(); }
+    QStringList keysOtherThanSlides() { return m_log.keysOtherThanSlides(); }
 
     bool startApp()
     {
@@ -84,7 +61,7 @@ private slots:
         QVERIFY(QDir::homePath().contains(QStringLiteral("brevlin-test.")));
         QStandardPaths::setTestModeEnabled(false);
         m_panel = m_slides = 0;
-        m_showLog.clear();
+        m_log.clear();
         QVERIFY(startShow());
     }
 

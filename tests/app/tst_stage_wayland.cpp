@@ -3,6 +3,7 @@
 // keyboard and mouse would arrive, the screen is read from the compositor's own picture of it, and where
 // the keys went is read from the show's own log.
 #include "DesktopDriver.h"
+#include "ShowLog.h"
 #include "TestMain.h"
 #include "lab/Compositor.h"
 
@@ -21,7 +22,7 @@ private:
     std::unique_ptr<Compositor> m_compositor;
     QProcess m_app;
     QProcess m_show;
-    QStringList m_showLog;
+    ShowLog m_log{m_show};
     QRect m_panel;
     int m_shot = 0;
 
@@ -46,45 +47,10 @@ private:
                    10000);
     }
 
-    /// What the show has said so far, one line per event.
-    QStringList showSaid()
-    {
-        m_show.waitForReadyRead(20);
-        while (m_show.canReadLine())
-            m_showLog << QString::fromUtf8(m_show.readLine()).trimmed();
-        return m_showLog;
-    }
-
-    /// Whether the show has the keyboard, from the last focus event it logged.
-    bool showHasKeyboard()
-    {
-        const QStringList said = showSaid();
-        for (auto it = said.crbegin(); it != said.crend(); ++it) {
-            if (*it == QLatin1String("focus in"))
-                return true;
-            if (*it == QLatin1String("focus out"))
-                return false;
-        }
-        return false;
-    }
-
-    int slide()
-    {
-        int current = 1;
-        for (const QString& line : showSaid())
-            if (line.startsWith(QLatin1String("slide ")))
-                current = line.mid(6).toInt();
-        return current;
-    }
-
-    QStringList keysOtherThanSlides()
-    {
-        QStringList others;
-        for (const QString& line : showSaid())
-            if (line.startsWith(QLatin1String("key ")))
-                others << line;
-        return others;
-    }
+    QStringList showSaid() { return m_log.said(); }
+    bool showHasKeyboard() { return m_log.hasKeyboard(); }
+    int slide() { return m_log.slide(); }
+    QStringList keysOtherThanSlides() { return m_log.keysOtherThanSlides(); }
 
     bool startApp()
     {
@@ -159,7 +125,7 @@ private slots:
     {
         QVERIFY(QDir::homePath().startsWith(QStringLiteral("/tmp/brevlin-")));
         QStandardPaths::setTestModeEnabled(false);
-        m_showLog.clear();
+        m_log.clear();
         m_panel = {};
     }
 
@@ -349,26 +315,21 @@ private slots:
         powerPoint.setProcessEnvironment(env);
         powerPoint.start(QStringLiteral(STAGE_SHOW),
                          {QStringLiteral("-name"), QStringLiteral("powerpnt.exe")});
-        QStringList powerPointSaid;
-        const auto readPowerPoint = [&powerPoint, &powerPointSaid] {
-            powerPoint.waitForReadyRead(20);
-            while (powerPoint.canReadLine())
-                powerPointSaid << QString::fromUtf8(powerPoint.readLine()).trimmed();
-            return powerPointSaid;
-        };
-        QVERIFY(QTest::qWaitFor([&] { return readPowerPoint().contains(QLatin1String("focus in")); }, 15000));
+        ShowLog powerPointLog(powerPoint);
+        QVERIFY(
+            QTest::qWaitFor([&] { return powerPointLog.said().contains(QLatin1String("focus in")); }, 15000));
         QVERIFY(startShow(QStringLiteral("native")));
-        QTRY_VERIFY(readPowerPoint().constLast() == QLatin1String("focus out"));
+        QTRY_VERIFY(powerPointLog.said().constLast() == QLatin1String("focus out"));
         QVERIFY(startApp());
 
         clickPanelAt(0.35, 0.5);
         QTRY_VERIFY(!showHasKeyboard());
         typeAndReturn(QStringLiteral("0:0:30"));
         QTRY_COMPARE(desktop::storedCountdownTime(), QStringLiteral("00:00:30"));
-        QTRY_COMPARE(readPowerPoint().constLast(), QStringLiteral("focus in"));
+        QTRY_COMPARE(powerPointLog.said().constLast(), QStringLiteral("focus in"));
         m_compositor->tap(keyRight);
-        QTRY_VERIFY(readPowerPoint().contains(QLatin1String("slide 2")));
-        QCOMPARE(readPowerPoint().filter(QStringLiteral("key ")), QStringList());
+        QTRY_VERIFY(powerPointLog.said().contains(QLatin1String("slide 2")));
+        QCOMPARE(powerPointLog.keysOtherThanSlides(), QStringList());
         QCOMPARE(keysOtherThanSlides(), QStringList());
         QCOMPARE(slide(), 1);
         QTRY_VERIFY(panelInSight());

@@ -3,6 +3,7 @@
 // Driving a real X11 desktop as a presenter would (xdotool for the pointer and the keys, xprop for what the
 // window manager says) and reading what is on screen from the root window's pixels, whoever drew them.
 
+#include "PanelPixels.h"
 #include "Processes.h"
 
 #include <QElapsedTimer>
@@ -111,30 +112,20 @@ inline QImage screenPixels(const QRect& area)
         .toImage();
 }
 
-inline int countPixels(const QImage& image, const std::function<bool(QColor)>& wanted)
-{
-    int count = 0;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            count += wanted(image.pixelColor(x, y)) ? 1 : 0;
-    return count;
-}
+using panelpixels::countPixels;
 
 /// Whether the screen shows the default panel there: mostly white, with dark digits.
 inline bool showsThePanel(const QRect& panel)
 {
     const QImage image = screenPixels(panel);
-    const int all = image.width() * image.height();
-    const int white = countPixels(image, [](QColor c) { return c.lightness() > 240; });
-    const int dark = countPixels(image, [](QColor c) { return c.lightness() < 60; });
-    return all > 0 && white > all / 2 && dark > all / 50;
+    return panelpixels::showsThePanel(image, image.rect());
 }
 
 /// Whether the panel there shows its green play button, which it does only while idle.
 inline bool showsThePlayButton(const QRect& panel)
 {
-    return countPixels(screenPixels(panel),
-                       [](QColor c) { return c.green() > 100 && c.red() < 90 && c.blue() < 90; }) > 50;
+    const QImage image = screenPixels(panel);
+    return panelpixels::showsThePlayButton(image, image.rect());
 }
 
 /// The application's settings file in the test's home (the application itself is not in test mode).

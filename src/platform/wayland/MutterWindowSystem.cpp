@@ -27,16 +27,6 @@ Q_LOGGING_CATEGORY(handBack, "brevlin.handback", QtWarningMsg)
 // How long the panel stays unmapped at most when mutter is not heard to move the keyboard on.
 constexpr int longestHandBackHide = 250;
 
-QWindow* ownWindow(std::uint32_t id)
-{
-    const auto windows = QGuiApplication::topLevelWindows();
-    for (QWindow* window : windows) {
-        if (window->handle() && window->winId() == static_cast<WId>(id))
-            return window;
-    }
-    return nullptr;
-}
-
 } // namespace
 
 bool MutterWindowSystem::runsHere()

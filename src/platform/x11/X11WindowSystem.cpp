@@ -202,13 +202,20 @@ void collectErrors(xcb_connection_t* c, std::initializer_list<xcb_void_cookie_t>
         std::free(xcb_request_check(c, cookie));
 }
 
-/// The top-level windows of this process, which are never where the keyboard is handed back to.
-bool isOwnWindow(xcb_window_t window)
+/// This process's window of that id; null for another client's. Such windows are never where the keyboard
+/// is handed back to.
+QWindow* findOwnWindow(xcb_window_t window)
 {
     const auto windows = QGuiApplication::allWindows();
-    return std::any_of(windows.begin(), windows.end(), [window](const QWindow* w) {
+    const auto found = std::find_if(windows.begin(), windows.end(), [window](const QWindow* w) {
         return w->handle() && w->winId() == static_cast<WId>(window);
     });
+    return found != windows.end() ? *found : nullptr;
+}
+
+bool isOwnWindow(xcb_window_t window)
+{
+    return findOwnWindow(window) != nullptr;
 }
 
 class Watcher;
@@ -641,6 +648,11 @@ bool isManaged(xcb_connection_t* c, xcb_window_t root, xcb_window_t window)
 }
 
 } // namespace
+
+QWindow* X11WindowSystem::ownWindow(std::uint32_t window)
+{
+    return findOwnWindow(window);
+}
 
 bool X11WindowSystem::available()
 {

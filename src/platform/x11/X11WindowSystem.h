@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+class QWindow;
+
 namespace platform::x11 {
 
 class X11WindowSystem : public WindowSystem
@@ -32,6 +34,8 @@ public:
     static std::string windowManagerName();
 
 protected:
+    /// This process's window of that id; null for another client's.
+    static QWindow* ownWindow(std::uint32_t window);
     /// The window of another client that was active last, as _NET_ACTIVE_WINDOW named it; 0 if none is
     /// known or it is no longer managed. With forgetOnNone, an active window that no X window stands for
     /// (_NET_ACTIVE_WINDOW None: a Wayland client has the keyboard) counts as the last one, and 0 is given.

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# shellcheck disable=SC2317 # the functions that traps call look unreachable to it
+# shellcheck disable=SC2317,SC2154 # traps call functions that look unreachable; lab_options sets lab_flag_*
 # Runs one command inside a fresh, private, headless GNOME Shell (Wayland, with XWayland) session and
 # returns the command's exit status. Nothing of the session is shared with the machine or with other
 # sessions running at the same time (ctest -j): it lives in its own mount and network namespaces, with its
@@ -18,32 +18,14 @@
 # Needs root (or an unprivileged user namespace, then it maps the caller to root), unshare and ip.
 set -u
 
-size=1280x800 keep_overview=0 want_pipewire=0
-while [ $# -gt 0 ]; do
-    case "$1" in
-    --size)
-        [ $# -gt 1 ] || { echo "gnome-shell.sh: --size needs WxH" >&2; exit 2; }
-        size=$2
-        shift
-        ;;
-    --keep-overview) keep_overview=1 ;;
-    --pipewire) want_pipewire=1 ;;
-    --) shift; break ;;
-    *) echo "gnome-shell.sh: unknown option $1" >&2; exit 2 ;;
-    esac
-    shift
-done
-[ $# -gt 0 ] || { echo "gnome-shell.sh: no command" >&2; exit 2; }
-[[ $size =~ ^[0-9]+x[0-9]+$ ]] || { echo "gnome-shell.sh: bad --size $size" >&2; exit 2; }
-
 lab_name=gnome-shell.sh lab_log=shell.log
 lab_tools=(gnome-shell gdbus gsettings)
+lab_flags=(keep-overview pipewire)
 # shellcheck source=SCRIPTDIR/session.sh
 . "$(dirname "$(readlink -f "$0")")/session.sh"
-opts=(--size "$size")
-[ "$keep_overview" = 1 ] && opts+=(--keep-overview)
-[ "$want_pipewire" = 1 ] && opts+=(--pipewire)
-lab_enter "${opts[@]}" -- "$@"
+lab_options "$@"
+set -- "${lab_command[@]}"
+lab_enter
 lab_private_session --system-bus
 export XDG_CURRENT_DESKTOP=GNOME XDG_SESSION_DESKTOP=gnome
 
@@ -109,7 +91,7 @@ fi
 
 # The shell starts in the Activities overview. Its OverviewActive property is writable without any
 # allow-listing; it is set again until it reads false, in case the startup animation reopened it.
-if [ "$keep_overview" = 0 ]; then
+if [ "$lab_flag_keep_overview" = 0 ]; then
     overview() { # Get|Set, then its arguments
         local method=$1
         shift
@@ -124,7 +106,7 @@ if [ "$keep_overview" = 0 ]; then
     done
 fi
 
-if [ "$want_pipewire" = 1 ]; then
+if [ "$lab_flag_pipewire" = 1 ]; then
     command -v pipewire >/dev/null || die "pipewire is missing (make deps)"
     pipewire >"$root/pipewire.log" 2>&1 &
     wait_for 10 "pipewire" test -S "$XDG_RUNTIME_DIR/pipewire-0"

@@ -15,27 +15,14 @@
 # Needs root (or an unprivileged user namespace, then it maps the caller to root), unshare and ip.
 set -u
 
-size=1280x800
-while [ $# -gt 0 ]; do
-    case "$1" in
-    --size)
-        [ $# -gt 1 ] || { echo "kwin.sh: --size needs WxH" >&2; exit 2; }
-        size=$2
-        shift
-        ;;
-    --) shift; break ;;
-    *) echo "kwin.sh: unknown option $1" >&2; exit 2 ;;
-    esac
-    shift
-done
-[ $# -gt 0 ] || { echo "kwin.sh: no command" >&2; exit 2; }
-[[ $size =~ ^[0-9]+x[0-9]+$ ]] || { echo "kwin.sh: bad --size $size" >&2; exit 2; }
-
 lab_name=kwin.sh lab_log=kwin.log
 lab_tools=(kwin_wayland gdbus)
+lab_flags=()
 # shellcheck source=SCRIPTDIR/session.sh
 . "$(dirname "$(readlink -f "$0")")/session.sh"
-lab_enter --size "$size" -- "$@"
+lab_options "$@"
+set -- "${lab_command[@]}"
+lab_enter
 lab_private_session --system-bus
 export XDG_CURRENT_DESKTOP=KDE XDG_SESSION_DESKTOP=KDE KDE_FULL_SESSION=true KDE_SESSION_VERSION=5
 

@@ -3,15 +3,45 @@
 # What every launcher of the Wayland lab (gnome-shell.sh, sway.sh, kwin.sh) does alike, sourced by each:
 # run the launcher again inside private namespaces, give the session a private /tmp, its own buses, home
 # and settings, and end every process of it at the end. The launcher sets lab_name (its own name, for
-# messages), lab_log (the compositor's log file name under $root) and lab_tools (the commands it needs)
-# before it calls lab_enter.
+# messages), lab_log (the compositor's log file name under $root), lab_tools (the commands it needs) and
+# lab_flags (its own options without a value, none if empty), then calls lab_options "$@" and lab_enter.
 
-# Outside: runs the launcher again in private mount, network and pid namespaces with the given options
+# Reads the launcher's arguments: [--size WxH] [--FLAG...] -- COMMAND... Sets size (1280x800 unless
+# given), lab_flag_FLAG=1 for each flag given ("-" in its name as "_"; 0 for the others) and lab_command.
+lab_options() {
+    local flag
+    size=1280x800 lab_given=() lab_command=()
+    for flag in "${lab_flags[@]}"; do printf -v "lab_flag_${flag//-/_}" 0; done
+    while [ $# -gt 0 ]; do
+        case "$1" in
+        --size)
+            [ $# -gt 1 ] || { echo "$lab_name: --size needs WxH" >&2; exit 2; }
+            size=$2
+            shift
+            ;;
+        --) shift; break ;;
+        *)
+            flag=${1#--}
+            [[ $1 == --* && " ${lab_flags[*]} " == *" $flag "* ]] || {
+                echo "$lab_name: unknown option $1" >&2
+                exit 2
+            }
+            printf -v "lab_flag_${flag//-/_}" 1
+            lab_given+=("$1")
+            ;;
+        esac
+        shift
+    done
+    [ $# -gt 0 ] || { echo "$lab_name: no command" >&2; exit 2; }
+    [[ $size =~ ^[0-9]+x[0-9]+$ ]] || { echo "$lab_name: bad --size $size" >&2; exit 2; }
+    lab_command=("$@")
+}
+
+# Outside: runs the launcher again in private mount, network and pid namespaces with the same options
 # and command, and exits with its status. The network namespace makes XWayland's abstract sockets
 # (@/tmp/.X11-unix/X0) private, so every session can have display :0. In the pid namespace the inner
 # launcher is init: when it ends, or when unshare is killed (even with SIGKILL, as a ctest timeout does;
 # --kill-child), the kernel kills every process of the session. Inside: returns at once.
-#   lab_enter OPTIONS... -- COMMAND...
 lab_enter() {
     if [ -n "${BREVLIN_LAB_INNER:-}" ]; then
         unset BREVLIN_LAB_INNER
@@ -23,7 +53,8 @@ lab_enter() {
     done
     [ "$(id -u)" = 0 ] || userns=(--user --map-root-user)
     BREVLIN_LAB_INNER=1 unshare "${userns[@]}" --mount --net --pid --fork --kill-child \
-        --mount-proc --propagation private -- bash "$(readlink -f "$0")" "$@" <&0 &
+        --mount-proc --propagation private -- bash "$(readlink -f "$0")" --size "$size" "${lab_given[@]}" -- \
+        "${lab_command[@]}" <&0 &
     lab_namespace=$!
     trap 'lab_stop 143' TERM
     trap 'lab_stop 130' INT

@@ -14,27 +14,14 @@
 # Needs root (or an unprivileged user namespace, then it maps the caller to root), unshare, ip and grim.
 set -u
 
-size=1280x800
-while [ $# -gt 0 ]; do
-    case "$1" in
-    --size)
-        [ $# -gt 1 ] || { echo "sway.sh: --size needs WxH" >&2; exit 2; }
-        size=$2
-        shift
-        ;;
-    --) shift; break ;;
-    *) echo "sway.sh: unknown option $1" >&2; exit 2 ;;
-    esac
-    shift
-done
-[ $# -gt 0 ] || { echo "sway.sh: no command" >&2; exit 2; }
-[[ $size =~ ^[0-9]+x[0-9]+$ ]] || { echo "sway.sh: bad --size $size" >&2; exit 2; }
-
 lab_name=sway.sh lab_log=sway.log
 lab_tools=(sway swaymsg grim timeout)
+lab_flags=()
 # shellcheck source=SCRIPTDIR/session.sh
 . "$(dirname "$(readlink -f "$0")")/session.sh"
-lab_enter --size "$size" -- "$@"
+lab_options "$@"
+set -- "${lab_command[@]}"
+lab_enter
 lab_private_session --no-system-bus
 export XDG_CURRENT_DESKTOP=sway XDG_SESSION_DESKTOP=sway
 
