@@ -491,6 +491,8 @@ void PreferenceWindowController::askToRemoveSound(const QComboBox* popUp, AlertC
     alert->setAttribute(Qt::WA_DeleteOnClose);
     alert->setWindowModality(Qt::WindowModal);
     alert->setIcon(QMessageBox::Warning);
+    // The name comes from the settings file, which anyone may edit: never read it as markup.
+    alert->setTextFormat(Qt::PlainText);
     if (*name == m_timerData->defaultSound()) {
         alert->setText(QStringLiteral("Cannot remove default sound."));
         alert->setStandardButtons(QMessageBox::Ok);

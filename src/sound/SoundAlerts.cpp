@@ -23,6 +23,8 @@ void runModalAlert(const QString& messageText, const QString& informativeText)
     }
     QMessageBox alert;
     alert.setWindowModality(Qt::ApplicationModal);
+    // Plain text: an alert may carry a sound's name, which anyone can write into the settings file.
+    alert.setTextFormat(Qt::PlainText);
     alert.setText(messageText);
     alert.setInformativeText(informativeText);
     // Not a standard button: Qt would title it "OK".

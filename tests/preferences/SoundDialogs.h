@@ -10,10 +10,12 @@
 #include <QApplication>
 #include <QFile>
 #include <QFileDialog>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPointer>
 #include <QTest>
+#include <QTextDocument>
 #include <QTimer>
 
 #include <functional>
@@ -107,6 +109,8 @@ struct SeenAlert
     bool staysOnTop = false;
     QWidget* parent = nullptr;
     QMessageBox::Icon icon = QMessageBox::NoIcon;
+    // Every label of the box that would read its text as markup (links, images, styles).
+    QStringList richLabels;
 };
 
 inline SeenAlert describe(QMessageBox* box)
@@ -117,9 +121,15 @@ inline SeenAlert describe(QMessageBox* box)
                    box->windowModality(),
                    box->windowFlags().testFlag(Qt::WindowStaysOnTopHint),
                    box->parentWidget(),
-                   box->icon()};
+                   box->icon(),
+                   {}};
     for (QAbstractButton* button : box->buttons())
         seen.buttons << button->text().remove(QLatin1Char('&'));
+    for (const QLabel* label : box->findChildren<QLabel*>()) {
+        const Qt::TextFormat format = label->textFormat();
+        if (format == Qt::RichText || (format == Qt::AutoText && Qt::mightBeRichText(label->text())))
+            seen.richLabels << label->text();
+    }
     return seen;
 }
 

@@ -390,6 +390,27 @@ private slots:
         QCOMPARE(PreferenceController::preferenceReminderSoundName(), QStringLiteral("Left Coast Piano.mp3"));
     }
 
+    void aNameHoldingMarkupIsShownAsItsOwnText()
+    {
+        // Written into the settings file by hand: a link, and an image that would read without end.
+        const QString name = QStringLiteral("<a href=\"https&#58;//example.invalid/\">Bell</a>"
+                                            "<img src=\"/dev/zero\"><b>.mp3</b>");
+        PreferenceController::setPreferenceSoundFiles(testsupport::builtInSounds() + QStringList{name});
+        launch();
+        PreferenceWindowController& c = openPreferences();
+        choose(c.soundFilesDropdownList(), 5);
+        QCOMPARE(c.soundFilesDropdownList()->currentText(), name);
+
+        const std::vector<SeenAlert> sheet =
+            removeThroughTheSheet(c.removeSoundButton(), QStringLiteral("No"));
+
+        QCOMPARE(sheet.size(), size_t(1));
+        QCOMPARE(sheet[0].text, QStringLiteral("Are you sure you want to remove %1?").arg(name));
+        QCOMPARE(sheet[0].richLabels, QStringList());
+        QVERIFY(m_opened.isEmpty());
+        QCOMPARE(PreferenceController::preferenceSoundFiles().last(), name);
+    }
+
     void removingThroughTheReminderPopUpMovesOnlyTheReminderIndex()
     {
         AppDelegate& d = launch();
