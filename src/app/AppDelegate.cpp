@@ -8,6 +8,7 @@
 #include "FirstFrame.h"
 #include "FocusReturn.h"
 #include "NotificationCenter.h"
+#include "PanelColors.h"
 #include "PanelLayout.h"
 #include "Playable.h"
 #include "PreferenceController.h"
@@ -252,12 +253,13 @@ void AppDelegate::onPauseResetClick()
 
 void AppDelegate::handleTextColorChange()
 {
-    const QColor color = unarchiveObjectWithData(PreferenceController::preferenceTextColor());
     QLineEdit* field = input();
     QPalette palette = field->palette();
     // The caret is drawn in the text colour, so this one role colours both. Damaged data gives no colour;
-    // the field then keeps the platform's own.
-    const QColor text = color.isValid() ? color : QPalette().color(QPalette::Text);
+    // the field then keeps the platform's own. Whatever the file says, the time stays readable.
+    const QColor text = PanelColors::visibleTextColor(
+        unarchiveObjectWithData(PreferenceController::preferenceTextColor()),
+        unarchiveObjectWithData(PreferenceController::preferenceBgColor()), QPalette().color(QPalette::Text));
     palette.setColor(QPalette::Text, text);
     // The hint of an empty field, in the same colour half faded, so it reads on any background.
     QColor hint = text;
@@ -270,6 +272,8 @@ void AppDelegate::handleTextColorChange()
 void AppDelegate::handleBgColorChange()
 {
     m_panel->setBackgroundColor(unarchiveObjectWithData(PreferenceController::preferenceBgColor()));
+    // Text of the new background's colour would vanish; the text colour's rule looks at both.
+    handleTextColorChange();
 }
 
 void AppDelegate::handleDropShadowChange()

@@ -1,9 +1,12 @@
 #include "SettingsFileFormat.h"
 
+#include "SettingsFileGuard.h"
+
 #include <QDataStream>
 #include <QFile>
 #include <QFileDevice>
 #include <QHash>
+#include <QStringDecoder>
 #include <QStringList>
 
 #include <algorithm>
@@ -575,9 +578,25 @@ bool sameValue(const QVariant& a, const QVariant& b)
            (a == b || SettingsFileFormat::encodeValue(a) == SettingsFileFormat::encodeValue(b));
 }
 
+// A file saved as UTF-16 by an editor (its byte-order mark says so) as UTF-8 without a mark; any other
+// file as it is.
+QByteArray utf8Text(const QByteArray& file)
+{
+    const bool little = file.startsWith("\xFF\xFE");
+    if (!little && !file.startsWith("\xFE\xFF"))
+        return file;
+    QStringDecoder decoder(little ? QStringConverter::Utf16LE : QStringConverter::Utf16BE);
+    const QString text = decoder.decode(file);
+    return text.toUtf8();
+}
+
 bool readFile(QIODevice& device, QSettings::SettingsMap& map)
 {
-    map = SettingsFileFormat::parse(device.readAll());
+    // The file was checked before QSettings opened it; this bound holds should it have grown since.
+    const QByteArray contents = device.read(SettingsFileGuard::MaxFileBytes + 1);
+    if (contents.size() > SettingsFileGuard::MaxFileBytes)
+        return false;
+    map = SettingsFileFormat::parse(contents);
     return true;
 }
 
@@ -587,9 +606,11 @@ bool writeFile(QIODevice& device, const QSettings::SettingsMap& map)
     // file it replaces is still there to be edited.
     QByteArray original;
     if (auto* file = qobject_cast<QFileDevice*>(&device)) {
-        QFile current(file->fileName());
-        if (current.open(QIODevice::ReadOnly))
-            original = current.readAll();
+        const QString path = file->fileName();
+        if (std::optional<QByteArray> current = SettingsFileGuard::read(path))
+            original = std::move(*current);
+        else if (!SettingsFileGuard::isSafeToRead(path))
+            return false; // what cannot be read is not replaced
     }
     const QByteArray contents = SettingsFileFormat::rewrite(original, map);
     return device.write(contents) == contents.size();
@@ -654,8 +675,9 @@ QByteArray encodeValue(const QVariant& value)
     return escapedValue(QStringLiteral("@Variant(") + QString::fromLatin1(data) + QLatin1Char(')'), false);
 }
 
-QSettings::SettingsMap parse(const QByteArray& file)
+QSettings::SettingsMap parse(const QByteArray& contents)
 {
+    const QByteArray file = utf8Text(contents);
     QSettings::SettingsMap map;
     for (const Line& line : splitLines(file)) {
         if (line.kind == Line::Key)
@@ -664,8 +686,10 @@ QSettings::SettingsMap parse(const QByteArray& file)
     return map;
 }
 
-QByteArray rewrite(const QByteArray& original, const QSettings::SettingsMap& map)
+QByteArray rewrite(const QByteArray& contents, const QSettings::SettingsMap& map)
 {
+    // A UTF-16 file is written back whole in UTF-8: one file never mixes two encodings.
+    const QByteArray original = utf8Text(contents);
     const std::vector<Line> lines = splitLines(original);
     // The line that counts for a key is its last one; earlier ones are shadowed and stay as they are.
     QHash<QString, size_t> last;

@@ -1,12 +1,16 @@
 #include "UserDefaults.h"
 
 #include "SettingsFileFormat.h"
+#include "SettingsFileGuard.h"
 #include "TextValues.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
+#include <QDir>
 #include <QEvent>
 #include <QLockFile>
 #include <QMetaType>
+#include <QTimer>
 
 #include <functional>
 #include <utility>
@@ -67,9 +71,8 @@ const QEvent::Type SaveRequest = static_cast<QEvent::Type>(QEvent::registerEvent
 class GuardedSettings : public QSettings
 {
 public:
-    explicit GuardedSettings(std::function<void()> save)
-        : QSettings(SettingsFileFormat::format(), QSettings::UserScope, QStringLiteral("Brevlin"),
-                    QStringLiteral("Brevlin"))
+    GuardedSettings(const QString& path, std::function<void()> save)
+        : QSettings(path, SettingsFileFormat::format())
         , m_save(std::move(save))
     {}
 
@@ -89,6 +92,40 @@ private:
     std::function<void()> m_save;
 };
 
+// Where QSettings keeps the user's file, found without reading it: a QSettings reads its file as it is
+// made, and the file must be looked at first. A format of its own, with a name no file has, gives the
+// folder and the naming of the platform.
+QString userFilePath()
+{
+    static const QSettings::Format probeFormat = QSettings::registerFormat(
+        QStringLiteral("conf.probe"), [](QIODevice&, QSettings::SettingsMap&) { return true; },
+        [](QIODevice&, const QSettings::SettingsMap&) { return false; });
+    const QSettings probe(probeFormat, QSettings::UserScope, QStringLiteral("Brevlin"),
+                          QStringLiteral("Brevlin"));
+    QString path = probe.fileName();
+    path.chop(qsizetype(sizeof(".probe") - 1));
+    return path;
+}
+
+// The file the store reads and saves: the user's own, once anything there that cannot be read safely has
+// been moved aside. Should that fail (a folder that refuses the move), a file of this run only, so that
+// the panel still starts and counts.
+QString readableFilePath()
+{
+    const QString path = userFilePath();
+    SettingsFileGuard::setAsideIfUnsafe(path);
+    if (SettingsFileGuard::isSafeToRead(path))
+        return path;
+    qWarning("Brevlin: the settings file %s cannot be read safely or moved aside; settings are kept for "
+             "this session only",
+             qPrintable(path));
+    return QDir::temp().filePath(
+        QStringLiteral("brevlin-%1/Brevlin.conf").arg(QCoreApplication::applicationPid()));
+}
+
+// How long after a save skipped for the lock the next attempt comes, with or without a further change.
+constexpr int LockRetryMs = 2000;
+
 } // namespace
 
 UserDefaults& UserDefaults::standardUserDefaults()
@@ -98,14 +135,11 @@ UserDefaults& UserDefaults::standardUserDefaults()
 }
 
 UserDefaults::UserDefaults()
-    : m_settings(new GuardedSettings([this] {
+    : m_settings(new GuardedSettings(readableFilePath(), [this] {
         m_saveQueued = false;
         synchronize();
     }))
 {
-    // Only the user's own file counts: QSettings would otherwise also read organisation-wide and
-    // system-wide files, which no part of this application writes.
-    m_settings->setFallbacksEnabled(false);
     g_instance = this;
     // The QSettings destructor would save at static destruction too, but by then parts of Qt may be gone;
     // saving while the application object is destroyed is the dependable moment.
@@ -125,8 +159,26 @@ UserDefaults::~UserDefaults()
 
 void UserDefaults::synchronizeAtExit()
 {
-    if (g_instance)
-        g_instance->synchronize();
+    if (g_instance && !g_instance->synchronize())
+        g_instance->keepUnsavedAside();
+}
+
+void UserDefaults::keepUnsavedAside()
+{
+    if (m_keptAside)
+        return;
+    m_keptAside = true;
+    // A file of its own name takes a lock of its own name, so the lock that blocked the save does not block
+    // this one.
+    const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd'T'HHmmss'Z'"));
+    const QString aside = filePath() + QStringLiteral(".unsaved-") + stamp;
+    QSettings copy(aside, SettingsFileFormat::format());
+    const QStringList keys = m_settings->allKeys();
+    for (const QString& key : keys)
+        copy.setValue(key, m_settings->value(key));
+    copy.sync();
+    qWarning("Brevlin: the settings could not be saved because %s.lock stays taken; they are kept in %s",
+             qPrintable(filePath()), qPrintable(aside));
 }
 
 QVariant UserDefaults::objectForKey(const QString& key) const
@@ -232,9 +284,16 @@ QString UserDefaults::filePath() const
 
 bool UserDefaults::synchronize()
 {
+    // The file may have been replaced since launch; QSettings would open whatever is there now.
+    const QString path = filePath();
+    SettingsFileGuard::setAsideIfUnsafe(path);
+    if (!SettingsFileGuard::isSafeToRead(path))
+        return !m_unsaved;
     // Without pending values QSettings only reads, and reading takes no lock.
-    if (m_unsaved && !lockIsAvailable())
+    if (m_unsaved && !lockIsAvailable()) {
+        retryLater();
         return false;
+    }
     m_settings->sync();
     m_unsaved = false;
     return true;
@@ -248,6 +307,19 @@ void UserDefaults::changed()
     // Several changes in a row are saved together; after a skipped save, the next change queues a new one.
     m_saveQueued = true;
     QCoreApplication::postEvent(m_settings, new QEvent(SaveRequest));
+}
+
+void UserDefaults::retryLater()
+{
+    // Without this, values waiting for the lock would wait for the user's next change.
+    if (m_retryQueued)
+        return;
+    m_retryQueued = true;
+    QTimer::singleShot(LockRetryMs, m_settings, [this] {
+        m_retryQueued = false;
+        if (m_unsaved)
+            synchronize();
+    });
 }
 
 bool UserDefaults::lockIsAvailable() const

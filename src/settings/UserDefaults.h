@@ -22,8 +22,13 @@
 /// A save never waits long for the settings file's lock. When another holder keeps it (a live process, or a
 /// leftover that cannot be removed, such as a folder of that name), the save is skipped: the values stay in
 /// this process and read back as written, and the next change (or synchronize()) tries again, carrying every
-/// pending value. A lock that QLockFile considers stale (its owner is gone) is taken over as QLockFile does;
-/// no other lock is ever removed.
+/// pending value; without a change it tries again every two seconds. A lock that QLockFile considers stale
+/// (its owner is gone) is taken over as QLockFile does; no other lock is ever removed. When the lock is
+/// still taken as the application quits, the user's values are written to "<settings file>.unsaved-<UTC
+/// time>" beside the settings file, and a warning names that file.
+///
+/// What is at the settings file's path is read only when it is a regular file within a size bound (see
+/// SettingsFileGuard); anything else is moved aside first and the store starts from the defaults.
 class UserDefaults
 {
 public:
@@ -78,6 +83,10 @@ private:
     void changed();
     // Whether QSettings' own lock (which waits without limit) can be taken without a long wait.
     bool lockIsAvailable() const;
+    // Tries the save again a little later, once, while values are pending.
+    void retryLater();
+    // At exit, when the lock never came free: the values go to a file beside the settings file.
+    void keepUnsavedAside();
 
     // Owned; deliberately abandoned at exit if values are still waiting for the lock (see the destructor).
     QSettings* m_settings;
@@ -85,4 +94,6 @@ private:
     // Changes not yet handed to a QSettings sync.
     bool m_unsaved = false;
     bool m_saveQueued = false;
+    bool m_retryQueued = false;
+    bool m_keptAside = false;
 };

@@ -172,6 +172,34 @@ private slots:
         QVERIFY(textColourDrawn);
     }
 
+    void aStoredTextColourThatCannotBeSeenReadsAsTheDefault()
+    {
+        // Fully transparent text: the digits would vanish.
+        PreferenceController::setPreferenceTextColor(archivedDataWithRootObject(QColor(255, 0, 0, 0)));
+        AppDelegate& d = launch();
+        QCOMPARE(d.input()->palette().color(QPalette::Text), QColor(Qt::black));
+        const QImage field = d.input()->grab().toImage();
+        bool blackDrawn = false;
+        for (int y = 0; y < field.height() && !blackDrawn; ++y)
+            for (int x = 0; x < field.width() && !blackDrawn; ++x)
+                blackDrawn = field.pixelColor(x, y) == QColor(Qt::black);
+        QVERIFY(blackDrawn);
+        // Text of the background's own colour, and then a background that takes the text's colour: the
+        // time stays readable either way, and comes back as stored once the colours differ again. The
+        // panel follows the store once the preferences window has been opened.
+        d.preferenceClick();
+        PreferenceController::setPreferenceTextColor(archivedDataWithRootObject(QColor(Qt::white)));
+        QCOMPARE(d.input()->palette().color(QPalette::Text), QColor(Qt::black));
+        PreferenceController::setPreferenceBgColor(archivedDataWithRootObject(QColor(Qt::black)));
+        QCOMPARE(d.input()->palette().color(QPalette::Text), QColor(Qt::white));
+        PreferenceController::setPreferenceTextColor(archivedDataWithRootObject(QColor(Qt::black)));
+        QCOMPARE(d.input()->palette().color(QPalette::Text), QColor(Qt::white));
+        PreferenceController::setPreferenceBgColor(archivedDataWithRootObject(QColor(20, 30, 90)));
+        QCOMPARE(d.input()->palette().color(QPalette::Text), QColor(Qt::black));
+        // The store keeps what was written: only what is drawn is corrected.
+        QCOMPARE(unarchiveObjectWithData(PreferenceController::preferenceTextColor()), QColor(Qt::black));
+    }
+
     void damagedStoredColoursDoNotBreakTheLaunch()
     {
         UserDefaults::standardUserDefaults().setObject(QByteArray("not a colour"), PreferenceKeys::TextColor);

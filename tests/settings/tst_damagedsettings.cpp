@@ -11,6 +11,7 @@
 #include "UserDefaults.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
@@ -167,6 +168,10 @@ private slots:
     void settingsFileIsAFolder();
     void settingsFileIsUnreadable();
     void settingsFolderIsReadOnly();
+    void settingsFileIsAFifo();
+    void settingsFileIsALinkToADevice();
+    void hundredMegabyteSettingsFile();
+    void utf16SettingsFileIsReadAndSavedAsUtf8();
 
 private:
     static QMap<QString, Overrides> expectations();
@@ -351,6 +356,121 @@ void TestDamagedSettings::settingsFolderIsReadOnly()
     // file stays whole.
     QVERIFY(saved == QStringLiteral("00:07:00") || saved == QStringLiteral("00:00:09"));
     QVERIFY(settingslines::keptAllBut(contents, readAll(path), QStringLiteral("BRVCountdownTime")));
+}
+
+namespace {
+
+// The files kept beside the settings file by a launch that could not read it.
+QStringList keptAside()
+{
+    const QFileInfo file(applicationSettingsPath());
+    return QDir(file.absolutePath())
+        .entryList({file.fileName() + QStringLiteral(".damaged-*")}, QDir::AllEntries | QDir::System);
+}
+
+QString asideOnly()
+{
+    const QStringList aside = keptAside();
+    return aside.size() == 1
+               ? QFileInfo(applicationSettingsPath()).absolutePath() + QLatin1Char('/') + aside.front()
+               : QString();
+}
+
+void removeKeptAside()
+{
+    const QString folder = QFileInfo(applicationSettingsPath()).absolutePath();
+    for (const QString& name : keptAside())
+        QFile::remove(folder + QLatin1Char('/') + name);
+}
+
+} // namespace
+
+void TestDamagedSettings::settingsFileIsAFifo()
+{
+    const QString path = applicationSettingsPath();
+    QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
+    QCOMPARE(QProcess::execute(QStringLiteral("mkfifo"), {path}), 0);
+    QString failure;
+    // Opening a FIFO waits for a writer: the launch would hang here and ignore SIGTERM.
+    QCOMPARE(launchStartAndQuit(&failure), QStringLiteral("00:00:09"));
+    QVERIFY2(failure.isEmpty(), qPrintable(failure));
+    const QString aside = asideOnly();
+    QVERIFY2(!aside.isEmpty(), qPrintable(keptAside().join(QLatin1Char(' '))));
+    QCOMPARE(QFileInfo(aside).isFile(), false);
+    QVERIFY(QFileInfo(path).isFile());
+    removeKeptAside();
+}
+
+void TestDamagedSettings::settingsFileIsALinkToADevice()
+{
+    const QString path = applicationSettingsPath();
+    QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
+    // Its size reads 0 and it never ends: a read would fill the memory.
+    QVERIFY(QFile::link(QStringLiteral("/dev/zero"), path));
+    QString failure;
+    QCOMPARE(launchStartAndQuit(&failure), QStringLiteral("00:00:09"));
+    QVERIFY2(failure.isEmpty(), qPrintable(failure));
+    // The link itself is kept aside, still naming the device; the device is untouched.
+    const QString aside = asideOnly();
+    QVERIFY(!aside.isEmpty());
+    QCOMPARE(QFileInfo(aside).symLinkTarget(), QStringLiteral("/dev/zero"));
+    QVERIFY(QFileInfo(path).isFile() && !QFileInfo(path).isSymLink());
+    removeKeptAside();
+}
+
+void TestDamagedSettings::hundredMegabyteSettingsFile()
+{
+    // Made here: a real file holds a few hundred bytes; this one a hundred megabytes of extra keys.
+    const QString path = applicationSettingsPath();
+    QByteArray contents = "[General]\nBRVCountdownTime=00:07:00\n";
+    const QByteArray filler = QByteArray(1000, 'x');
+    for (int i = 0; contents.size() < 100 * 1024 * 1024; ++i)
+        contents += "Extra" + QByteArray::number(i) + '=' + filler + '\n';
+    QVERIFY(writeAll(path, contents));
+    const qint64 size = contents.size();
+    contents.clear();
+
+    QElapsedTimer shown;
+    shown.start();
+    QString failure;
+    QCOMPARE(launchStartAndQuit(&failure), QStringLiteral("00:00:09"));
+    QVERIFY2(failure.isEmpty(), qPrintable(failure));
+    qInfo("launched, started, quit in %lld ms", shown.elapsed());
+    // Never parsed: kept aside whole, and the launch went on from the defaults.
+    const QString aside = asideOnly();
+    QVERIFY(!aside.isEmpty());
+    QCOMPARE(QFileInfo(aside).size(), size);
+    QVERIFY(QFileInfo(path).size() < 4096);
+    removeKeptAside();
+}
+
+void TestDamagedSettings::utf16SettingsFileIsReadAndSavedAsUtf8()
+{
+    // As an editor saves it with "UTF-16" chosen: a byte-order mark, then two bytes per character.
+    const QString text = QStringLiteral("[General]\r\nBRVCountdownTime=00:07:00\r\nPlaySound=false\r\n"
+                                        "SoundFiles=Gong \u00e9t\u00e9.wav:click_tin.wav\r\n");
+    QByteArray contents("\xFF\xFE", 2);
+    for (const QChar ch : text)
+        contents += char(ch.unicode() & 0xFF), contents += char(ch.unicode() >> 8);
+    QVERIFY(SettingsFile::replace(contents));
+    UserDefaults::standardUserDefaults().synchronize();
+    const QMap<QString, QString> read = readAtLaunch();
+    QCOMPARE(read.value(QStringLiteral("countdown")), QStringLiteral("00:07:00"));
+    QCOMPARE(read.value(QStringLiteral("play")), QStringLiteral("0"));
+    QCOMPARE(read.value(QStringLiteral("end sound")), QStringLiteral("Gong \u00e9t\u00e9.wav"));
+
+    QVERIFY(writeAll(applicationSettingsPath(), contents));
+    QString failure;
+    QCOMPARE(launchStartAndQuit(&failure), QStringLiteral("00:00:09"));
+    QVERIFY2(failure.isEmpty(), qPrintable(failure));
+    // One encoding in the file: the user's other values in UTF-8, beside the new one.
+    const QByteArray after = readAll(applicationSettingsPath());
+    QVERIFY2(!after.contains('\0'), after.toHex().constData());
+    const QSettings::SettingsMap saved = SettingsFileFormat::parse(after);
+    QCOMPARE(saved.value(QStringLiteral("PlaySound")).toString(), QStringLiteral("false"));
+    QCOMPARE(saved.value(QStringLiteral("SoundFiles")).toString(),
+             QStringLiteral("Gong \u00e9t\u00e9.wav:click_tin.wav"));
+    QVERIFY(keptAside().isEmpty());
 }
 
 BREVLIN_TEST_MAIN_WIDGETS(TestDamagedSettings)

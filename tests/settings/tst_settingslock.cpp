@@ -134,6 +134,8 @@ private slots:
     void lockHeldByALiveProcessLeavesTheValueInMemory();
     void lockOfADeadProcessIsTakenOver();
     void quittingWithTheLockTakenDoesNotHang();
+    void quittingWithTheLockTakenKeepsTheValuesBesideTheFile();
+    void aSkippedSaveIsTriedAgainWithoutAFurtherChange();
     void quittingWithTheLockFreeSavesEverything();
 
 private:
@@ -162,6 +164,10 @@ void TestSettingsLock::cleanup()
     if (QFileInfo(lockPath()).isDir())
         QDir(lockPath()).removeRecursively();
     QFile::remove(lockPath());
+    const QFileInfo file(defaults().filePath());
+    for (const QString& aside :
+         QDir(file.absolutePath()).entryList({file.fileName() + QStringLiteral(".unsaved-*")}))
+        QFile::remove(QDir(file.absolutePath()).filePath(aside));
     QVERIFY(defaults().synchronize());
 }
 
@@ -300,6 +306,36 @@ void TestSettingsLock::quittingWithTheLockTakenDoesNotHang()
         {QStringLiteral("--write-and-quit"), TestKey, QStringLiteral("unsaved")}));
     QVERIFY(!SettingsFile::entries().contains(TestKey));
     QVERIFY(QFileInfo(lockPath()).isDir());
+}
+
+void TestSettingsLock::quittingWithTheLockTakenKeepsTheValuesBesideTheFile()
+{
+    QVERIFY(makeLockFolder());
+    const QFileInfo file(defaults().filePath());
+    QVERIFY(QDir(file.absolutePath()).entryList({file.fileName() + QStringLiteral(".unsaved-*")}).isEmpty());
+    QVERIFY(testsupport::runThisExecutable(
+        {QStringLiteral("--write-and-quit"), TestKey, QStringLiteral("kept aside")}));
+    QVERIFY(!SettingsFile::entries().contains(TestKey));
+
+    const QStringList aside =
+        QDir(file.absolutePath()).entryList({file.fileName() + QStringLiteral(".unsaved-*")}, QDir::Files);
+    QCOMPARE(aside.size(), 1);
+    const QSettings kept(QDir(file.absolutePath()).filePath(aside.front()), QSettings::IniFormat);
+    QCOMPARE(kept.value(TestKey).toString(), QStringLiteral("kept aside"));
+    // Nothing but the settings file's own lock is left behind.
+    QVERIFY(!QFileInfo::exists(QDir(file.absolutePath()).filePath(aside.front() + QStringLiteral(".lock"))));
+}
+
+void TestSettingsLock::aSkippedSaveIsTriedAgainWithoutAFurtherChange()
+{
+    QVERIFY(makeLockFolder());
+    PreferenceController::setPreferenceCountdownTime(QStringLiteral("0:25:0"));
+    QVERIFY(eventLoopKeepsRunning());
+    QVERIFY(!SettingsFile::entries().contains(CountdownTime));
+    QVERIFY(QDir(lockPath()).removeRecursively());
+    // No change, no synchronize(): the store comes back to it on its own.
+    QVERIFY(QTest::qWaitFor([] { return SettingsFile::entries().contains(CountdownTime); }, 10000));
+    QCOMPARE(readOnDisk({CountdownTime}).value(CountdownTime), QStringLiteral("0:25:0"));
 }
 
 void TestSettingsLock::quittingWithTheLockFreeSavesEverything()
