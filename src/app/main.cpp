@@ -1,4 +1,5 @@
 #include "AppDelegate.h"
+#include "CommandLine.h"
 #include "Platform.h"
 #include "TitlelessPanel.h"
 
@@ -8,6 +9,8 @@
 
 int main(int argc, char* argv[])
 {
+    if (const std::optional<int> answered = CommandLine::answerOnTerminal(argc, argv))
+        return *answered;
     platform::chooseWindowSystem();
     QApplication app(argc, argv);
     QApplication::setApplicationDisplayName(QStringLiteral("Brevlin"));
