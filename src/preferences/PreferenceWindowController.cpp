@@ -21,6 +21,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFontMetrics>
+#include <QKeyEvent>
 #include <QKeySequence>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -73,6 +74,26 @@ void preview(const QComboBox* popUp)
             entryAt(PreferenceController::preferenceSoundFiles(), popUp->currentIndex()))
         Sound::playFile(SoundFolder::locationOfSound(*name));
 }
+
+// Closes the window it filters on an Escape that no control in it took.
+class EscapeCloses : public QObject
+{
+public:
+    using QObject::QObject;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::KeyPress) {
+            const auto* key = static_cast<QKeyEvent*>(event);
+            if (key->key() == Qt::Key_Escape && key->modifiers() == Qt::NoModifier) {
+                static_cast<QWidget*>(watched)->close();
+                return true;
+            }
+        }
+        return QObject::eventFilter(watched, event);
+    }
+};
 
 // At the panel's level, on every desktop and over a slide show, like the panel itself: the presenter may
 // have added the sound while presenting.
@@ -248,9 +269,12 @@ void PreferenceWindowController::connectControls()
             &PreferenceWindowController::getMoreSoundFromVoskClicked);
 
     auto* close = new QAction(m_prefsWindow.get());
-    close->setShortcuts({QKeySequence(Qt::Key_Escape), QKeySequence(QKeySequence::Close)});
+    close->setShortcut(QKeySequence::Close);
     connect(close, &QAction::triggered, m_prefsWindow.get(), &QWidget::close);
     m_prefsWindow->addAction(close);
+    // Escape as a key the window itself receives, not as a shortcut: a shortcut would also fire for the
+    // Escape that closes an open drop-down list, and the next Escape would then reach the slide show.
+    m_prefsWindow->installEventFilter(new EscapeCloses(m_prefsWindow.get()));
 }
 
 void PreferenceWindowController::showWindow()

@@ -2,12 +2,17 @@
 // on every desktop, as the panel is.
 #include "PreferenceWindowController.h"
 
+#include "Brevlin.h"
+#include "DefaultsRegistration.h"
 #include "DirectoryLocations.h"
 #include "SinkRecorder.h"
 #include "SoundDialogs.h"
 #include "StoredSettings.h"
 #include "TestMain.h"
+#include "UserDefaults.h"
 
+#include <QApplication>
+#include <QComboBox>
 #include <QDir>
 #include <QTemporaryDir>
 
@@ -92,6 +97,34 @@ private slots:
         QVERIFY(QTest::qWaitForWindowActive(&ordinary));
         QTest::qWait(100);
         QVERIFY(isAbove(window, ordinary));
+    }
+
+    void escapeFromTheKeyboardInAnOpenDropDownClosesOnlyTheDropDown()
+    {
+        // The sound list the window shows on a fresh installation.
+        const Brevlin builtIn;
+        UserDefaults::standardUserDefaults().registerDefaults(registrationDefaults(builtIn));
+        PreferenceWindowController controller;
+        controller.showWindow();
+        QWidget& window = *controller.prefsWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QComboBox* popUp = controller.soundFilesDropdownList();
+        popUp->showPopup();
+        QVERIFY(QTest::qWaitFor([] { return QApplication::activePopupWidget() != nullptr; }));
+        QVERIFY(QTest::qWaitForWindowExposed(QApplication::activePopupWidget()));
+        // A real key press, through the X server to whatever holds the keyboard.
+        QCOMPARE(
+            QProcess::execute(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("Escape")}),
+            0);
+        QVERIFY(QTest::qWaitFor([] { return !QApplication::activePopupWidget(); }));
+        QTest::qWait(300);
+        QVERIFY(window.isVisible());
+        // The next Escape is the window's.
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QCOMPARE(
+            QProcess::execute(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("Escape")}),
+            0);
+        QTRY_VERIFY(!window.isVisible());
     }
 
     void theCopyErrorAlertStandsAtThePanelsLevelOnEveryDesktop()

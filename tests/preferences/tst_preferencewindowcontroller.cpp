@@ -493,6 +493,25 @@ private slots:
         QVERIFY(!c.prefsWindow()->isVisible());
         QVERIFY(!PreferenceController::preferencePlaySound());
     }
+
+    void escapeInAnOpenDropDownClosesOnlyTheDropDown()
+    {
+        PreferenceWindowController& c = open();
+        QVERIFY(QTest::qWaitForWindowActive(c.prefsWindow()));
+        for (QComboBox* popUp : {c.soundFilesDropdownList(), c.reminderSoundFilesDropdownList()}) {
+            popUp->showPopup();
+            QWidget* list = nullptr;
+            QVERIFY(QTest::qWaitFor([&] { return (list = QApplication::activePopupWidget()) != nullptr; }));
+            // The key goes where the keyboard is: the open list.
+            QTest::keyClick(list, Qt::Key_Escape);
+            QVERIFY(QTest::qWaitFor([] { return !QApplication::activePopupWidget(); }));
+            QVERIFY(c.prefsWindow()->isVisible());
+        }
+        // With nothing open, Escape closes the window as before, wherever the keyboard is in it.
+        c.tfRemindEveryM()->setFocus();
+        QTest::keyClick(c.tfRemindEveryM(), Qt::Key_Escape);
+        QVERIFY(!c.prefsWindow()->isVisible());
+    }
 };
 
 BREVLIN_TEST_MAIN_WIDGETS(TestPreferenceWindowController)
