@@ -56,7 +56,7 @@ set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "${BREVLIN_HOMEPAGE_URL}")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "libxcursor1, fonts-dejavu-core | fonts-liberation2 | fonts-freefont-ttf")
 # Without a sound server the panel still runs, silently.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "pulseaudio | pipewire-pulse")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "pulseaudio | pipewire-pulse, qt6-translations-l10n")
 include(CPack)
 
 if(BREVLIN_BUILD_TESTS)

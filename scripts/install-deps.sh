@@ -10,8 +10,8 @@ packages=(
     # build: the sound library (Qt Multimedia's QAudioSink, libsndfile to decode); at run time QAudioSink
     # needs nothing more on Linux, its PulseAudio client is built into libQt6Multimedia
     qt6-multimedia-dev libsndfile1-dev
-    # run: the X11 and offscreen platform plugins, a font
-    qt6-qpa-plugins fonts-dejavu-core
+    # run: the X11 and offscreen platform plugins, a font, Qt's own translations for its dialogs
+    qt6-qpa-plugins fonts-dejavu-core qt6-translations-l10n
     # package: CPack's dependency computation (dpkg-shlibdeps, file) and the desktop entry and metainfo validators
     dpkg-dev file desktop-file-utils appstream
     # test: a virtual display with a real window manager (openbox; metacity as the second one),

@@ -2,6 +2,7 @@
 #include "CommandLine.h"
 #include "Platform.h"
 #include "TitlelessPanel.h"
+#include "ToolkitTranslations.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -14,6 +15,7 @@ int main(int argc, char* argv[])
     platform::chooseWindowSystem();
     QApplication app(argc, argv);
     QApplication::setApplicationDisplayName(QStringLiteral("Brevlin"));
+    ToolkitTranslations::install();
     // Set once for the application, so every window (panel, preferences, about, alerts) shows it.
     QIcon icon;
     for (const int size : {16, 22, 24, 32, 48, 64, 128, 256})
