@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QTimer>
 #include <QWindow>
 
 #include <algorithm>
@@ -225,9 +226,32 @@ void TitlelessPanel::showEvent(QShowEvent* event)
     platform::setWindowShadow(winId(), m_hasShadow);
 }
 
+void TitlelessPanel::flashEdge()
+{
+    show();
+    raise();
+    m_flashingEdge = true;
+    update();
+    // Long enough to be seen once, short enough not to distract from the slides.
+    constexpr int FlashMs = 800;
+    QTimer::singleShot(FlashMs, this, [this] {
+        m_flashingEdge = false;
+        update();
+    });
+}
+
 void TitlelessPanel::paintEvent(QPaintEvent* event)
 {
     QWidget::paintEvent(event);
+    if (m_flashingEdge) {
+        constexpr int Width = 4;
+        QPainter painter(this);
+        painter.setPen(
+            QPen(palette().color(QPalette::Highlight), Width, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRect(QRectF(rect()).adjusted(Width / 2.0, Width / 2.0, -Width / 2.0, -Width / 2.0));
+        return;
+    }
     if (!drawsOwnEdge())
         return;
     QPainter painter(this);

@@ -46,6 +46,10 @@ public:
     bool drawsOwnEdge() const;
     /// A shade of the background that stands out from it: darker on a light colour, lighter on a dark one.
     static QColor edgeColorFor(const QColor& background);
+    /// Shows the panel, raises it and draws a wide edge in the selection colour for a moment, so the eye
+    /// finds it: the answer to a second launch.
+    void flashEdge();
+    bool isFlashingEdge() const { return m_flashingEdge; }
 
 signals:
     void windowDidResize();
@@ -72,6 +76,7 @@ private:
     bool m_movableByBackground = false;
     bool m_hasShadow = true;
     bool m_bypassesWindowManager = false;
+    bool m_flashingEdge = false;
     std::optional<QPointF> m_pressPosition;
     Qt::Edges m_pressEdges;
     // A move or resize the panel carries out itself: where the drag started, and the frame then.

@@ -1,6 +1,7 @@
 #include "AppDelegate.h"
 #include "CommandLine.h"
 #include "Platform.h"
+#include "SingleInstance.h"
 #include "TitlelessPanel.h"
 #include "ToolkitTranslations.h"
 
@@ -27,6 +28,14 @@ int main(int argc, char* argv[])
     // are saved.
     platform::quitOnTerminationRequests();
 
+    // One panel per display: a second launch shows the first one and ends, before it reads or writes any
+    // setting.
+    if (SingleInstance::askRunningPanel())
+        return 0;
+    // Listening at once: a launch close behind this one then finds it, even before its panel shows.
+    SingleInstance instance;
+    instance.listen();
+
     // A tick on a large panel must not wait for the window system to read the digits.
     platform::sendRepaintsWithoutWaiting();
     // Before the panel can take the keyboard, so that it is known where the presenter was.
@@ -42,5 +51,6 @@ int main(int argc, char* argv[])
     // and hands no focus away.
     delegate.panel()->show();
     delegate.applicationDidFinishLaunching();
+    QObject::connect(&instance, &SingleInstance::launchedAgain, delegate.panel(), &TitlelessPanel::flashEdge);
     return QApplication::exec();
 }
