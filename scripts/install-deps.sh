@@ -15,9 +15,9 @@ packages=(
     # package: CPack's dependency computation (dpkg-shlibdeps, file) and the desktop entry and metainfo validators
     dpkg-dev file desktop-file-utils appstream
     # test: a virtual display with a real window manager (openbox; metacity as the second one),
-    # input and window inspection, screenshots,
+    # input and window inspection, monitors (xrandr), screenshots,
     # a sound server with a null sink, sound analysis, and the Windows cross compiler for the Win32 code
-    xvfb xauth openbox metacity xdotool wmctrl x11-utils imagemagick pulseaudio pulseaudio-utils sox g++-mingw-w64-x86-64
+    xvfb xauth openbox metacity xdotool wmctrl x11-utils x11-xserver-utils imagemagick pulseaudio pulseaudio-utils sox g++-mingw-w64-x86-64
     # test: the Wayland lab (tests/support/lab): headless GNOME Shell with XWayland in private namespaces and
     # buses, its settings store, Qt's Wayland platform for the stand-in show, and D-Bus for Qt's tests
     gnome-shell xwayland qt6-wayland dbus-daemon dbus-bin libglib2.0-bin dconf-gsettings-backend dconf-service

@@ -1,5 +1,6 @@
 #include "AppDelegate.h"
 #include "CommandLine.h"
+#include "PanelPlace.h"
 #include "Platform.h"
 #include "SingleInstance.h"
 #include "TitlelessPanel.h"
@@ -7,7 +8,6 @@
 
 #include <QApplication>
 #include <QIcon>
-#include <QScreen>
 
 int main(int argc, char* argv[])
 {
@@ -41,12 +41,9 @@ int main(int argc, char* argv[])
     // Before the panel can take the keyboard, so that it is known where the presenter was.
     platform::watchActiveWindow();
     AppDelegate delegate;
-    // Top right of the main screen: out of the way of a slide's title and content, yet in sight.
-    if (const QScreen* screen = QGuiApplication::primaryScreen()) {
-        const QRect area = screen->availableGeometry();
-        constexpr int margin = 24;
-        delegate.panel()->move(area.right() - delegate.panel()->width() - margin, area.top() + margin);
-    }
+    // Where the presenter left it last time; the first time, top right of the main screen.
+    auto* place = new PanelPlace(delegate.panel());
+    place->restore();
     // Shown before the launch sequence, as a loaded interface is, so the launch itself sends no resize
     // and hands no focus away.
     delegate.panel()->show();

@@ -24,5 +24,6 @@ QVariantMap registrationDefaults(const Brevlin& settings)
     defaults.insert(PreferenceKeys::SoundFiles, soundFiles);
     // Not a setting of the timer itself but of how the panel gives the keyboard back: on unless turned off.
     defaults.insert(PreferenceKeys::ReturnFocusToPreviousWindow, true);
+    defaults.insert(PreferenceKeys::PanelFrame, QStringLiteral(""));
     return defaults;
 }

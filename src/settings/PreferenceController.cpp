@@ -216,3 +216,13 @@ void PreferenceController::setPreferenceReturnFocusToPreviousWindow(bool value)
 {
     defaults().setBool(value, PreferenceKeys::ReturnFocusToPreviousWindow);
 }
+
+QString PreferenceController::preferencePanelFrame()
+{
+    return defaults().stringForKey(PreferenceKeys::PanelFrame);
+}
+
+void PreferenceController::setPreferencePanelFrame(const QString& value)
+{
+    defaults().setObject(value, PreferenceKeys::PanelFrame);
+}

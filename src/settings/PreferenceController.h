@@ -56,4 +56,8 @@ public:
     /// Posts nothing: the panel reads it at every hand-back.
     static bool preferenceReturnFocusToPreviousWindow();
     static void setPreferenceReturnFocusToPreviousWindow(bool value);
+
+    /// Posts nothing: the panel writes its own place and reads it back only at launch.
+    static QString preferencePanelFrame();
+    static void setPreferencePanelFrame(const QString& value);
 };

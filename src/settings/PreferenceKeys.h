@@ -22,6 +22,9 @@ inline const QString PlayReminderSound = QStringLiteral("PlayReminderSound");
 inline const QString RemindEveryInterval = QStringLiteral("RemindEveryInterval");
 /// Where no PowerPoint runs, the keyboard goes back to the window the presenter used before the panel.
 inline const QString ReturnFocusToPreviousWindow = QStringLiteral("ReturnFocusToPreviousWindow");
+/// The panel's place when it was last moved or resized: "x,y,width,height;screen name", empty for the
+/// first place (top right of the main screen).
+inline const QString PanelFrame = QStringLiteral("PanelFrame");
 } // namespace PreferenceKeys
 
 namespace NotificationNames {
