@@ -21,8 +21,12 @@ configure: deps
 build: configure
 	@cmake --build --preset $(PRESET)
 
-run: build
-	@scripts/run-app.sh $(BUILD_DIR)/bin/brevlin
+# Only what the application needs, in a build of its own without the tests.
+run:
+	@scripts/install-deps.sh --run
+	@test -f build/app/build.ninja || cmake --preset app >/dev/null
+	@cmake --build --preset app
+	@scripts/run-app.sh build/app/bin/brevlin
 
 test: build
 	@ctest --preset $(PRESET) -j2

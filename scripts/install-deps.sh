@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages Brevlin needs to build, run and test, and only those that are missing.
-# Silent when nothing is missing. Works as root or through sudo. --bench adds what the benchmarks need.
+# Silent when nothing is missing. Works as root or through sudo. --run installs only what building and
+# running the application needs; --bench adds what the benchmarks need.
 set -euo pipefail
 
 packages=(
@@ -12,22 +13,31 @@ packages=(
     qt6-multimedia-dev libsndfile1-dev
     # run: the X11 and offscreen platform plugins, a font, Qt's own translations for its dialogs
     qt6-qpa-plugins fonts-dejavu-core qt6-translations-l10n
-    # package: CPack's dependency computation (dpkg-shlibdeps, file) and the desktop entry and metainfo validators
-    dpkg-dev file desktop-file-utils appstream
-    # test: a virtual display with a real window manager (openbox; metacity as the second one),
-    # input and window inspection, monitors (xrandr), screenshots,
-    # a sound server with a null sink, sound analysis, and the Windows cross compiler for the Win32 code
-    xvfb xauth openbox metacity xdotool wmctrl x11-utils x11-xserver-utils imagemagick pulseaudio pulseaudio-utils sox g++-mingw-w64-x86-64
-    # test: the Wayland lab (tests/support/lab): headless GNOME Shell with XWayland in private namespaces and
-    # buses, its settings store, Qt's Wayland platform for the stand-in show, and D-Bus for Qt's tests
-    gnome-shell xwayland qt6-wayland dbus-daemon dbus-bin libglib2.0-bin dconf-gsettings-backend dconf-service
-    gsettings-desktop-schemas iproute2 util-linux
-    # test: the Wayland lab's sway (wlroots) session, its screenshots, and its drivers' Wayland client code
-    # (sway's virtual keyboard and pointer, KDE's fake input for the KWin driver)
-    sway grim libwayland-dev libwayland-bin libxkbcommon-dev plasma-wayland-protocols
-    # test: the fuzz targets (make fuzz): Debian's clang with libFuzzer and the sanitizer runtimes
-    clang-14 libclang-rt-14-dev
+    # run without a display (make run on a server): a virtual one with a window manager
+    xvfb xauth openbox
 )
+
+# make run stops here: what building and running the application needs. Everything else is for the
+# package, the tests and the fuzzers.
+if [ "${1:-}" != "--run" ]; then
+    packages+=(
+        # package: CPack's dependency computation (dpkg-shlibdeps, file) and the desktop entry and metainfo validators
+        dpkg-dev file desktop-file-utils appstream
+        # test: a second window manager (metacity; openbox is above),
+        # input and window inspection, monitors (xrandr), screenshots,
+        # a sound server with a null sink, sound analysis, and the Windows cross compiler for the Win32 code
+        metacity xdotool wmctrl x11-utils x11-xserver-utils imagemagick pulseaudio pulseaudio-utils sox g++-mingw-w64-x86-64
+        # test: the Wayland lab (tests/support/lab): headless GNOME Shell with XWayland in private namespaces and
+        # buses, its settings store, Qt's Wayland platform for the stand-in show, and D-Bus for Qt's tests
+        gnome-shell xwayland qt6-wayland dbus-daemon dbus-bin libglib2.0-bin dconf-gsettings-backend dconf-service
+        gsettings-desktop-schemas iproute2 util-linux
+        # test: the Wayland lab's sway (wlroots) session, its screenshots, and its drivers' Wayland client code
+        # (sway's virtual keyboard and pointer, KDE's fake input for the KWin driver)
+        sway grim libwayland-dev libwayland-bin libxkbcommon-dev plasma-wayland-protocols
+        # test: the fuzz targets (make fuzz): Debian's clang with libFuzzer and the sanitizer runtimes
+        clang-14 libclang-rt-14-dev
+    )
+fi
 
 # make bench also compares with two timers users already have, formats its table with python3, counts the
 # timer's wake-ups with strace and watches what reaches the X server through the Damage extension.

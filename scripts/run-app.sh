@@ -18,6 +18,7 @@ echo "No display found: starting a virtual one (Xvfb) with the openbox window ma
 start_virtual_display "$logs" || exit 1
 echo "It is $DISPLAY. Look at it with:  DISPLAY=$DISPLAY import -window root shot.png"
 # The panel takes the keyboard only when its time is clicked, as a presenter would.
-echo "Click into the time and type a new one with:"
-echo "  DISPLAY=$DISPLAY xdotool search --class brevlin mousemove --window %1 110 60 click 1 key ctrl+a type 0:10:0"
+echo "Click into the time, type a new one and start it with (xdotool: apt-get install xdotool):"
+echo "  export DISPLAY=$DISPLAY"
+echo "  xdotool search --class brevlin mousemove --window %1 110 60 click 1 key ctrl+a type 0:10:0 && xdotool key Return"
 "$app"
