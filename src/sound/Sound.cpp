@@ -1,5 +1,7 @@
 #include "Sound.h"
 
+#include "SoundLoader.h"
+
 #include <QAudioFormat>
 #include <QAudioSink>
 #include <QBuffer>
@@ -14,7 +16,6 @@
 namespace {
 
 // Sounds are cues of a few seconds; these limits only keep a huge or hostile file from exhausting memory.
-constexpr qint64 maxFileBytes = 64 * 1024 * 1024;
 constexpr qint64 maxPcmBytes = 256 * 1024 * 1024;
 constexpr int maxChannels = 8;
 
@@ -81,13 +82,17 @@ Sound::~Sound()
 
 std::shared_ptr<Sound> Sound::withContentsOfFile(const QString& path)
 {
-    if (path.isEmpty())
+    const std::atomic<bool> never{false};
+    return withContentsOfFile(path, never);
+}
+
+std::shared_ptr<Sound> Sound::withContentsOfFile(const QString& path, const std::atomic<bool>& cancelled)
+{
+    const std::optional<QByteArray> read =
+        SoundFiles::readRegularFile(path, SoundFiles::maxFileBytes, &cancelled);
+    if (!read)
         return nullptr;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > maxFileBytes)
-        return nullptr;
-    const QByteArray encoded = file.readAll();
-    file.close();
+    const QByteArray& encoded = *read;
 
     MemoryFile memory{&encoded, 0};
     SF_VIRTUAL_IO io{memoryLength, memorySeek, memoryRead, memoryWrite, memoryTell};
@@ -108,6 +113,10 @@ std::shared_ptr<Sound> Sound::withContentsOfFile(const QString& path)
     const qsizetype frameBytes = qsizetype(info.channels) * qsizetype(sizeof(short));
     bool tooLong = false;
     for (;;) {
+        if (cancelled) {
+            sf_close(sndfile);
+            return nullptr;
+        }
         const qsizetype offset = pcm.size();
         if (offset + chunkFrames * frameBytes > maxPcmBytes) {
             tooLong = true;
