@@ -103,7 +103,9 @@ void AppDelegate::applicationDidFinishLaunching()
     handleTextColorChange();
     handleBgColorChange();
     // Copying and decoding the sounds waits for the panel's first frame, so the timer shows as early as
-    // it would without them.
+    // it would without them. A countdown that reaches zero before then plays them when they are there.
+    m_endSoundLoad.awaitingLaunch = true;
+    m_reminderSoundLoad.awaitingLaunch = true;
     callAfterFirstFrame(m_panel, [this] { copyDefaultSoundAndLoadSelectedSound(); });
     completeContextMenu();
 }
@@ -114,16 +116,48 @@ void AppDelegate::registerDefaults()
     UserDefaults::standardUserDefaults().registerDefaults(registrationDefaults(*m_timerData));
 }
 
-namespace {
-
-// A fresh sound from the sound folder; empty when the file is missing, not audio, or the name is not a
-// plain file name.
-std::shared_ptr<Playable> loadSound(const QString& name)
+void AppDelegate::loadSound(const QString& name, std::shared_ptr<Playable>& handle, SoundLoad& load)
 {
-    return Sound::withContentsOfFile(SoundFolder::locationOfSound(name));
+    load.request.cancel();
+    load.awaitingLaunch = false;
+    // Decoded off the main thread: a long or slow file must never hold up the time. The handle becomes
+    // empty when the file is missing, not a regular file, not audio, or the name is not a plain file name.
+    // The callback only runs while the delegate lives, so the references it holds stay valid.
+    load.request = SoundLoader::load(SoundFolder::locationOfSound(name), this,
+                                     [&handle, &load](std::shared_ptr<Sound> sound) {
+                                         handle = std::move(sound);
+                                         if (std::exchange(load.playWhenLoaded, false) && handle)
+                                             handle->play();
+                                     });
 }
 
-} // namespace
+void AppDelegate::playSound(const std::shared_ptr<Playable>& handle, SoundLoad& load)
+{
+    // The sound being decoded is the one chosen last; the one held until then is no longer wanted.
+    if (load.isPending())
+        load.playWhenLoaded = true;
+    else if (handle)
+        handle->play();
+}
+
+void AppDelegate::setEndSound(std::shared_ptr<Playable> sound)
+{
+    m_endSoundLoad.request.cancel();
+    m_endSoundLoad = SoundLoad{};
+    m_endSound = std::move(sound);
+}
+
+void AppDelegate::setReminderSound(std::shared_ptr<Playable> sound)
+{
+    m_reminderSoundLoad.request.cancel();
+    m_reminderSoundLoad = SoundLoad{};
+    m_reminderSound = std::move(sound);
+}
+
+bool AppDelegate::isLoadingSounds() const
+{
+    return m_endSoundLoad.isPending() || m_reminderSoundLoad.isPending();
+}
 
 void AppDelegate::copyDefaultSoundAndLoadSelectedSound()
 {
@@ -138,8 +172,8 @@ void AppDelegate::copyDefaultSoundAndLoadSelectedSound()
             SoundAlerts::runModalAlert(QStringLiteral("Info"),
                                        QStringLiteral("Default sound file copy error."));
     }
-    m_endSound = loadSound(m_timerData->selectedSoundName());
-    m_reminderSound = loadSound(m_timerData->reminderSoundName());
+    loadSound(m_timerData->selectedSoundName(), m_endSound, m_endSoundLoad);
+    loadSound(m_timerData->reminderSoundName(), m_reminderSound, m_reminderSoundLoad);
 }
 
 void AppDelegate::readPrefs()
@@ -203,14 +237,14 @@ void AppDelegate::windowDidBecomeKey()
 void AppDelegate::tick()
 {
     const Countdown::Step step = m_countdown.tick(*m_timerData);
-    if (step.playEndSound && m_endSound)
-        m_endSound->play();
+    if (step.playEndSound)
+        playSound(m_endSound, m_endSoundLoad);
     if (step.stopTimer) {
         m_countdownTimer.stop();
         return;
     }
-    if (step.playReminderSound && m_reminderSound)
-        m_reminderSound->play();
+    if (step.playReminderSound)
+        playSound(m_reminderSound, m_reminderSoundLoad);
     input()->setText(step.text);
     sizeToFit(input());
     if (step.relayout)
@@ -284,12 +318,12 @@ void AppDelegate::handleDropShadowChange()
 void AppDelegate::handleSoundSelectionChange()
 {
     // Read from disk again even when the name did not change: the file may have.
-    m_endSound = loadSound(PreferenceController::preferenceSelectedSoundName());
+    loadSound(PreferenceController::preferenceSelectedSoundName(), m_endSound, m_endSoundLoad);
 }
 
 void AppDelegate::handleReminderSoundSelectionChange()
 {
-    m_reminderSound = loadSound(PreferenceController::preferenceReminderSoundName());
+    loadSound(PreferenceController::preferenceReminderSoundName(), m_reminderSound, m_reminderSoundLoad);
 }
 
 void AppDelegate::handlePlaySoundChange()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Countdown.h"
+#include "SoundLoader.h"
 
 #include <QObject>
 #include <QPointer>
@@ -71,11 +72,15 @@ public:
     bool isPaused() const { return m_isPaused; }
     const QTimer& countdownTimer() const { return m_countdownTimer; }
 
-    // The two loaded sounds the countdown plays; either may be empty.
+    // The two loaded sounds the countdown plays; either may be empty. A handle keeps its sound while a
+    // new file is decoded for it; setting one abandons that decode.
     std::shared_ptr<Playable> endSound() const { return m_endSound; }
-    void setEndSound(std::shared_ptr<Playable> sound) { m_endSound = std::move(sound); }
+    void setEndSound(std::shared_ptr<Playable> sound);
     std::shared_ptr<Playable> reminderSound() const { return m_reminderSound; }
-    void setReminderSound(std::shared_ptr<Playable> sound) { m_reminderSound = std::move(sound); }
+    void setReminderSound(std::shared_ptr<Playable> sound);
+    /// Whether a handle still waits for its file: from the launch until its first decode is delivered, and
+    /// while a newly chosen file is decoded. A sound due meanwhile plays as soon as it is there.
+    bool isLoadingSounds() const;
 
     /// The newest preferences window's controller; null until the window is first opened.
     PreferenceWindowController* prefsWindowController() const { return m_prefsWindowController.get(); }
@@ -115,6 +120,21 @@ private:
     void endEditing();
     void completeContextMenu();
 
+    // A file being decoded off the main thread for one of the two handles.
+    struct SoundLoad
+    {
+        SoundLoader::Request request;
+        // From the launch until its decode starts, after the panel's first frame.
+        bool awaitingLaunch = false;
+        // The countdown wanted the sound while it was being decoded.
+        bool playWhenLoaded = false;
+        bool isPending() const { return awaitingLaunch || request.isPending(); }
+    };
+    /// Starts decoding the sound folder's file of that name for the handle; the decode it replaces is
+    /// abandoned, so the last choice always wins.
+    void loadSound(const QString& name, std::shared_ptr<Playable>& handle, SoundLoad& load);
+    void playSound(const std::shared_ptr<Playable>& handle, SoundLoad& load);
+
     std::unique_ptr<Ui::MainInterface> m_ui;
     QPointer<TitlelessPanel> m_panel;
     QMenu* m_rightClickMenu = nullptr;
@@ -125,6 +145,8 @@ private:
     QTimer m_countdownTimer;
     std::shared_ptr<Playable> m_endSound;
     std::shared_ptr<Playable> m_reminderSound;
+    SoundLoad m_endSoundLoad;
+    SoundLoad m_reminderSoundLoad;
 
     QAction* m_preferencesAction = nullptr;
     std::unique_ptr<PreferenceWindowController> m_prefsWindowController;

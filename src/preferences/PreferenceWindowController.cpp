@@ -6,9 +6,9 @@
 #include "ExternalLinks.h"
 #include "Platform.h"
 #include "PreferenceController.h"
-#include "Sound.h"
 #include "SoundFileTypes.h"
 #include "SoundFolder.h"
+#include "SoundLoader.h"
 #include "Stepper.h"
 #include "TextValues.h"
 #include "ui_PreferenceWindowController.h"
@@ -72,7 +72,7 @@ void preview(const QComboBox* popUp)
     // The stored list, not the window's: what the store holds is what the panel would play.
     if (const std::optional<QString> name =
             entryAt(PreferenceController::preferenceSoundFiles(), popUp->currentIndex()))
-        Sound::playFile(SoundFolder::locationOfSound(*name));
+        SoundLoader::playFile(SoundFolder::locationOfSound(*name));
 }
 
 // Closes the window it filters on an Escape that no control in it took.
@@ -476,14 +476,31 @@ void PreferenceWindowController::openPanelDidEnd(QFileDialog* panel, int result)
         return;
     const QString& source = chosen.first();
     const QString name = QFileInfo(source).fileName();
-    // The list is not consulted: only the folder decides. QFile::copy never overwrites, so a file of that
-    // name already there, a built-in sound included, fails the copy.
+    // The list is not consulted: only the folder decides. The copy never overwrites, so a file of that
+    // name already there, a built-in sound included, fails it. Only a regular file of a size that can load
+    // is copied, and on a worker thread: a FIFO, a device or a slow disk must not hold up the panel.
     const QString destination = SoundFolder::locationOfSound(name);
-    if (destination.isNull() || !QFile::copy(source, destination)) {
+    if (destination.isNull()) {
         runFileCopyErrorAlert();
         return;
     }
+    ++m_copiesInProgress;
+    SoundLoader::copy(source, destination, this, [this, name](bool copied) {
+        --m_copiesInProgress;
+        if (copied)
+            addCopiedSound(name);
+        else
+            runFileCopyErrorAlert();
+    });
+}
 
+bool PreferenceWindowController::isAddingSound() const
+{
+    return m_copiesInProgress > 0;
+}
+
+void PreferenceWindowController::addCopiedSound(const QString& name)
+{
     m_timerData->addSoundFile(name);
     reloadSoundPopUps();
     const qint64 newIndex = m_timerData->soundFiles().size() - 1;

@@ -122,9 +122,13 @@ public slots:
     /// Opens a file dialog offering only the sounds Sound plays and returns at once; the window stays usable
     /// meanwhile, and each click opens a dialog of its own. A chosen file is copied into the sound folder
     /// under its own name, listed last and made the end sound; when the copy fails (a file of that name is
-    /// there already, or the source cannot be read) an application-modal "Error" alert says so and nothing
-    /// changes.
+    /// there already, the source cannot be read, is not a regular file or is larger than a sound may be) an
+    /// application-modal "Error" alert says so and nothing changes. The copy runs on a worker thread; its
+    /// outcome arrives through the event loop, and not at all when the window's controller is gone by
+    /// then.
     void addSoundClicked();
+    /// Whether a file chosen for adding is still being copied.
+    bool isAddingSound() const;
     /// Asks on a sheet whether to remove the pop-up's sound (alertDidEnd() gets the answer); the built-in
     /// default sound is refused instead. Nothing happens while the pop-up selects nothing.
     void removeSoundClicked();
@@ -138,6 +142,8 @@ private:
     void windowDidLoad();
     void connectControls();
     void openPanelDidEnd(QFileDialog* panel, int result);
+    /// Lists a sound just copied into the folder last and makes it the end sound.
+    void addCopiedSound(const QString& name);
     void askToRemoveSound(const QComboBox* popUp, AlertCallback didEnd);
     /// Deletes the file of the pop-up's entry (where the name stays inside the sound folder) and removes
     /// the entry from the settings object. False when the pop-up selects no entry.
@@ -146,4 +152,5 @@ private:
     std::unique_ptr<Brevlin> m_timerData;
     std::unique_ptr<Ui::PreferenceWindowController> m_ui;
     std::unique_ptr<QWidget> m_prefsWindow;
+    int m_copiesInProgress = 0;
 };

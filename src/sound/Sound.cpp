@@ -1,5 +1,7 @@
 #include "Sound.h"
 
+#include "SoundLoader.h"
+
 #include <QAudioFormat>
 #include <QAudioSink>
 #include <QBuffer>
@@ -9,12 +11,12 @@
 #include <sndfile.h>
 
 #include <climits>
+#include <cmath>
 #include <cstring>
 
 namespace {
 
 // Sounds are cues of a few seconds; these limits only keep a huge or hostile file from exhausting memory.
-constexpr qint64 maxFileBytes = 64 * 1024 * 1024;
 constexpr qint64 maxPcmBytes = 256 * 1024 * 1024;
 constexpr int maxChannels = 8;
 
@@ -81,13 +83,17 @@ Sound::~Sound()
 
 std::shared_ptr<Sound> Sound::withContentsOfFile(const QString& path)
 {
-    if (path.isEmpty())
+    const std::atomic<bool> never{false};
+    return withContentsOfFile(path, never);
+}
+
+std::shared_ptr<Sound> Sound::withContentsOfFile(const QString& path, const std::atomic<bool>& cancelled)
+{
+    const std::optional<QByteArray> read =
+        SoundFiles::readRegularFile(path, SoundFiles::maxFileBytes, &cancelled);
+    if (!read)
         return nullptr;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > maxFileBytes)
-        return nullptr;
-    const QByteArray encoded = file.readAll();
-    file.close();
+    const QByteArray& encoded = *read;
 
     MemoryFile memory{&encoded, 0};
     SF_VIRTUAL_IO io{memoryLength, memorySeek, memoryRead, memoryWrite, memoryTell};
@@ -99,23 +105,39 @@ std::shared_ptr<Sound> Sound::withContentsOfFile(const QString& path)
         sf_close(sndfile);
         return nullptr;
     }
-    // Floating-point sources are scaled to the full 16-bit range instead of being clipped at ±1.
-    sf_command(sndfile, SFC_SET_SCALE_FLOAT_INT_READ, nullptr, SF_TRUE);
+    // Floating-point sources (and the lossy codecs that decode to floats) are read as floats and turned
+    // into 16 bits here. Asking libsndfile to do it (SFC_SET_SCALE_FLOAT_INT_READ) makes it decode the
+    // whole file once more just to find its peak, and even for integer formats such as FLAC: seconds for
+    // a long file, inside one call that nothing can interrupt.
+    const int subformat = info.format & SF_FORMAT_SUBMASK;
+    const bool normalised = subformat == SF_FORMAT_FLOAT || subformat == SF_FORMAT_DOUBLE ||
+                            subformat == SF_FORMAT_VORBIS || subformat == SF_FORMAT_OPUS;
+    const bool viaFloats = normalised || subformat == SF_FORMAT_MPEG_LAYER_I ||
+                           subformat == SF_FORMAT_MPEG_LAYER_II || subformat == SF_FORMAT_MPEG_LAYER_III;
+    const qsizetype sampleBytes = viaFloats ? qsizetype(sizeof(float)) : qsizetype(sizeof(short));
 
-    // The frame count in a header can be absent or wrong, so read until the decoder stops.
+    // The frame count in a header can be absent or wrong, so read until the decoder stops. The limit is
+    // on the 16-bit samples the sound keeps.
     QByteArray pcm;
     const sf_count_t chunkFrames = 8192;
-    const qsizetype frameBytes = qsizetype(info.channels) * qsizetype(sizeof(short));
+    const qsizetype frameBytes = qsizetype(info.channels) * sampleBytes;
+    const qsizetype frameBytesKept = qsizetype(info.channels) * qsizetype(sizeof(short));
     bool tooLong = false;
     for (;;) {
+        if (cancelled) {
+            sf_close(sndfile);
+            return nullptr;
+        }
         const qsizetype offset = pcm.size();
-        if (offset + chunkFrames * frameBytes > maxPcmBytes) {
+        if ((offset / frameBytes + chunkFrames) * frameBytesKept > maxPcmBytes) {
             tooLong = true;
             break;
         }
         pcm.resize(offset + chunkFrames * frameBytes);
-        const sf_count_t read =
-            sf_readf_short(sndfile, reinterpret_cast<short*>(pcm.data() + offset), chunkFrames);
+        char* into = pcm.data() + offset;
+        const sf_count_t read = viaFloats
+                                    ? sf_readf_float(sndfile, reinterpret_cast<float*>(into), chunkFrames)
+                                    : sf_readf_short(sndfile, reinterpret_cast<short*>(into), chunkFrames);
         pcm.resize(offset + qsizetype(qMax<sf_count_t>(read, 0)) * frameBytes);
         if (read < chunkFrames)
             break;
@@ -123,6 +145,28 @@ std::shared_ptr<Sound> Sound::withContentsOfFile(const QString& path)
     sf_close(sndfile);
     if (tooLong || pcm.isEmpty())
         return nullptr;
+    if (viaFloats) {
+        const qsizetype samples = pcm.size() / qsizetype(sizeof(float));
+        float peak = 0;
+        for (qsizetype i = 0; i < samples; ++i) {
+            float sample;
+            std::memcpy(&sample, pcm.constData() + i * qsizetype(sizeof(float)), sizeof sample);
+            if (std::isfinite(sample))
+                peak = qMax(peak, std::fabs(sample));
+        }
+        // As libsndfile scales: a floating-point source to its own peak, a decoded MPEG stream as it is.
+        const double scale = !normalised ? 32767.0 : peak > 0 ? 32767.0 * 32767.0 / (32768.0 * peak) : 0.0;
+        // Each 16-bit sample goes where the first half of its float was, so the floats still to be read
+        // lie ahead of it.
+        for (qsizetype i = 0; i < samples; ++i) {
+            float sample;
+            std::memcpy(&sample, pcm.constData() + i * qsizetype(sizeof(float)), sizeof sample);
+            const double scaled = std::isfinite(sample) ? std::lrint(double(sample) * scale) : 0.0;
+            const short value = short(qBound(-32768.0, scaled, 32767.0));
+            std::memcpy(pcm.data() + i * qsizetype(sizeof(short)), &value, sizeof value);
+        }
+        pcm.resize(samples * qsizetype(sizeof(short)));
+    }
     pcm.squeeze();
     return std::shared_ptr<Sound>(new Sound(std::move(pcm), info.samplerate, info.channels));
 }

@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
 #include <memory>
 
 class QAudioSink;
@@ -17,9 +18,12 @@ class QBuffer;
 class Sound : public Playable, public std::enable_shared_from_this<Sound>
 {
 public:
-    /// Reads and decodes the whole file (WAV, FLAC, Ogg, MP3 and whatever else libsndfile reads). Null
-    /// when the file is missing, unreadable, not audio, empty, or too long to hold in memory.
+    /// Reads and decodes the whole file (WAV, FLAC, Ogg, MP3 and whatever else libsndfile reads) on the
+    /// calling thread; the panel loads through SoundLoader instead. Null when the file is missing, not a
+    /// regular file (or a link to one), unreadable, not audio, empty, or too long to hold in memory.
     static std::shared_ptr<Sound> withContentsOfFile(const QString& path);
+    /// The same, for a worker thread: gives up (null) as soon as `cancelled` turns true.
+    static std::shared_ptr<Sound> withContentsOfFile(const QString& path, const std::atomic<bool>& cancelled);
 
     ~Sound() override;
 

@@ -101,6 +101,8 @@ private:
         m_delegate = testsupport::launchPanel();
         if (!QTest::qWaitFor([this] { return m_delegate->endSound() && m_delegate->reminderSound(); }, 5000))
             qWarning("the built-in sounds did not load");
+        if (!testsupport::waitForSounds(*m_delegate))
+            qWarning("the sounds did not settle");
         return *m_delegate;
     }
 
@@ -139,6 +141,11 @@ private:
         QFileDialog* panel = openAddSoundPanel(c);
         if (!panel || !chooseFile(panel, path))
             qWarning("the file dialog did not take %s", qPrintable(path));
+        // The copy runs on a worker thread; its alert, if any, is answered meanwhile.
+        if (!QTest::qWaitFor([&c] { return !c.isAddingSound(); }, 10000))
+            qWarning("the copy of %s did not end", qPrintable(path));
+        if (m_delegate && !testsupport::waitForSounds(*m_delegate))
+            qWarning("the panel's sounds did not load");
         QTest::qWait(50);
         return answerer.seen;
     }
@@ -232,6 +239,7 @@ private slots:
         QCOMPARE(c.timerData()->soundFiles(), before);
 
         QVERIFY(chooseFile(second, makeTone(QStringLiteral("Test Tone.wav"))));
+        QTRY_VERIFY(!c.isAddingSound());
         QCOMPARE(c.timerData()->soundFiles(), before + QStringList{QStringLiteral("Test Tone.wav")});
         QVERIFY(addSoundPanels().isEmpty());
     }
@@ -434,6 +442,7 @@ private slots:
         QCOMPARE(c.reminderSoundFilesDropdownList()->currentText(), QStringLiteral("Piano 1.mp3"));
         QCOMPARE(reminders.stored, QList<qint64>{1});
         // The panel reloaded its reminder sound.
+        QVERIFY(testsupport::waitForSounds(d));
         QVERIFY(d.reminderSound() != reminderBefore);
         // The end index stays 3, which now names the sound after the removed one.
         QVERIFY(selections.stored.isEmpty());

@@ -99,6 +99,8 @@ private:
         const QString last = QDir(soundFolder()).filePath(testsupport::builtInSounds().last());
         if (!QTest::qWaitFor([&last] { return QFileInfo::exists(last); }, 5000))
             qWarning("the built-in sounds were not copied");
+        if (!testsupport::waitForSounds(*m_delegate))
+            qWarning("the sounds did not load");
         return *m_delegate;
     }
 
@@ -166,8 +168,10 @@ private slots:
             QFileDialog* panel = openAddSoundPanel(c);
             QVERIFY(panel);
             QVERIFY(chooseFile(panel, source));
+            QTRY_VERIFY(!c.isAddingSound());
             QVERIFY(answerer.seen.empty());
         }
+        QVERIFY(testsupport::waitForSounds(d));
         QCOMPARE(PreferenceController::preferenceSelectedSoundName(), QStringLiteral("Test Tone.wav"));
         click(c.prefsWindow()->findChild<QCheckBox*>(QStringLiteral("continueCountdownCheckbox")));
         QVERIFY(!PreferenceController::preferenceContinueCountdown());

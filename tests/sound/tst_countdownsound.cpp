@@ -93,6 +93,27 @@ private slots:
         QVERIFY2(heard.afterRms > 0.02, qPrintable(QString::number(heard.afterRms)));
     }
 
+    void aOneSecondCountdownStartedAtOnceStillEndsWithItsSound()
+    {
+        // Started before the panel's first frame, so before the sounds are even being decoded: the zero
+        // a second later still plays the end sound.
+        PreferenceController::setPreferenceContinueCountdown(false);
+        SinkRecorder recorder;
+        QVERIFY(recorder.start());
+        QVERIFY(recorder.waitUntilRecording());
+        AppDelegate d;
+        d.panel()->show();
+        d.applicationDidFinishLaunching();
+        QVERIFY(d.isLoadingSounds());
+        d.input()->setText(QStringLiteral("0:0:1"));
+        d.startTimer();
+        QVERIFY(QTest::qWaitFor([&d] { return d.input()->text() == QLatin1String("00:00:00"); }, 3000));
+        QTest::qWait(3500);
+        const auto samples = recorder.stop();
+        qInfo("RMS %.4f, peak %.4f", SinkRecorder::rms(samples), peak(samples));
+        QVERIFY2(SinkRecorder::rms(samples) > 0.01, qPrintable(QString::number(SinkRecorder::rms(samples))));
+    }
+
     void withPlaySoundOffTheEndIsSilent()
     {
         PreferenceController::setPreferencePlaySound(false);

@@ -5,16 +5,23 @@
 #include "Sound.h"
 #include "SoundFileTypes.h"
 #include "SoundFolder.h"
+#include "SoundLoader.h"
 #include "TestMain.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
+#include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 #include <algorithm>
+#include <atomic>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -42,6 +49,35 @@ double peak(const QVector<qint16>& samples)
     for (qint16 s : samples)
         highest = std::max(highest, std::abs(int(s)));
     return highest / 32768.0;
+}
+
+// A silent 16-bit mono WAV file of exactly `bytes` bytes, header included.
+QByteArray silentWavOfSize(qint64 bytes)
+{
+    QByteArray wav = sineWav(440, 0.0);
+    const quint32 dataBytes = quint32(bytes - wav.size());
+    const quint32 riffBytes = quint32(bytes - 8);
+    wav.replace(4, 4, QByteArray(reinterpret_cast<const char*>(&riffBytes), 4));
+    wav.replace(wav.size() - 4, 4, QByteArray(reinterpret_cast<const char*>(&dataBytes), 4));
+    wav.append(QByteArray(qsizetype(dataBytes), '\0'));
+    return wav;
+}
+
+// The mode bits of a file, as ls shows them in octal.
+int modeOf(const QString& path)
+{
+    struct stat info = {};
+    return ::stat(QFile::encodeName(path).constData(), &info) == 0 ? int(info.st_mode & 07777) : -1;
+}
+
+// Makes a sound of `seconds` seconds of silence in `channels` channels with sox; false when sox fails.
+bool soxSilence(const QString& path, int channels, int seconds)
+{
+    return QProcess::execute(QStringLiteral("sox"),
+                             {QStringLiteral("-n"), QStringLiteral("-r"), QStringLiteral("48000"),
+                              QStringLiteral("-c"), QString::number(channels), QStringLiteral("-b"),
+                              QStringLiteral("16"), path, QStringLiteral("trim"), QStringLiteral("0"),
+                              QString::number(seconds)}) == 0;
 }
 
 } // namespace
@@ -251,6 +287,207 @@ private slots:
         }
         for (const char* name : {"notes.txt", "slides.pptx", "data.raw", "tone"})
             QVERIFY2(!QDir::match(patterns, QString::fromUtf8(name)), name);
+    }
+
+    void aFileThatIsNotRegularLoadsNothingAndNeverBlocks_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("FIFO") << QStringLiteral("fifo");
+        QTest::newRow("link to a FIFO") << QStringLiteral("link to fifo");
+        QTest::newRow("/dev/zero") << QStringLiteral("/dev/zero");
+        QTest::newRow("link to /dev/zero") << QStringLiteral("link to /dev/zero");
+        QTest::newRow("link to /dev/urandom") << QStringLiteral("link to /dev/urandom");
+    }
+
+    void aFileThatIsNotRegularLoadsNothingAndNeverBlocks()
+    {
+        // Opening a FIFO waits for a writer and /dev/zero never ends: either would hang this test or
+        // exhaust its memory, had the loader opened them.
+        QFETCH(QString, kind);
+        const QString fifo = m_dir.filePath(QStringLiteral("fifo.mp3"));
+        QFile::remove(fifo);
+        QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0644), 0);
+        QString path = kind;
+        if (kind.startsWith(QLatin1String("link to "))) {
+            path = m_dir.filePath(QStringLiteral("link.mp3"));
+            QFile::remove(path);
+            const QString target = kind.mid(8) == QLatin1String("fifo") ? fifo : kind.mid(8);
+            QVERIFY(QFile::link(target, path));
+        } else if (kind == QLatin1String("fifo")) {
+            path = fifo;
+        }
+        QVERIFY(!Sound::withContentsOfFile(path));
+        QVERIFY(!Sound::playFile(path));
+        QVERIFY(!SoundFiles::readRegularFile(path, 1024));
+    }
+
+    void aLinkToARegularSoundLoads()
+    {
+        const QString link = m_dir.filePath(QStringLiteral("linked.wav"));
+        QFile::remove(link);
+        QVERIFY(QFile::link(toneFile(QStringLiteral("target.wav"), 0.4), link));
+        const auto sound = Sound::withContentsOfFile(link);
+        QVERIFY(sound);
+        QVERIFY(qAbs(sound->duration() - 0.4) < 0.01);
+    }
+
+    void theSizeLimitCountsTheBytesRead()
+    {
+        const QString path = m_dir.filePath(QStringLiteral("ten.bin"));
+        QVERIFY(writeFile(path, "0123456789"));
+        QCOMPARE(SoundFiles::readRegularFile(path, 10).value_or("none"), QByteArray("0123456789"));
+        QVERIFY(!SoundFiles::readRegularFile(path, 9));
+        // A regular file whose reported size is 0 but which holds more: its size is not believed.
+        const QString proc = QStringLiteral("/proc/self/status");
+        QCOMPARE(QFileInfo(proc).size(), 0);
+        QVERIFY(QFileInfo(proc).isFile());
+        const std::optional<QByteArray> status = SoundFiles::readRegularFile(proc, 1024 * 1024);
+        QVERIFY(status && status->contains("Name:"));
+        QVERIFY(!SoundFiles::readRegularFile(proc, 100));
+    }
+
+    void aSoundFileOfSixtyFourMegabytesLoadsAndOneByteMoreDoesNot()
+    {
+        const QString path = m_dir.filePath(QStringLiteral("large.wav"));
+        QVERIFY(writeFile(path, silentWavOfSize(SoundFiles::maxFileBytes)));
+        const auto atTheLimit = Sound::withContentsOfFile(path);
+        QVERIFY(atTheLimit);
+        QCOMPARE(qint64(atTheLimit->duration() * 44100 * 2 + 0.5), SoundFiles::maxFileBytes - 44);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::Append));
+        QCOMPARE(file.write("x", 1), qint64(1));
+        file.close();
+        QVERIFY(!Sound::withContentsOfFile(path));
+        QVERIFY(QFile::remove(path));
+    }
+
+    void aSoundOfMoreThanTwoHundredFiftySixMegabytesDecodedLoadsNothing()
+    {
+        // Eight channels of silence compress well, so the file is within its limit and only the decoded
+        // length is over: 360 s at 48 kHz is 276 MB of 16-bit samples.
+        const QString shorter = m_dir.filePath(QStringLiteral("shorter.flac"));
+        const QString longer = m_dir.filePath(QStringLiteral("longer.flac"));
+        QVERIFY(soxSilence(shorter, 8, 60));
+        QVERIFY(soxSilence(longer, 8, 360));
+        QVERIFY(QFileInfo(longer).size() < SoundFiles::maxFileBytes);
+        const auto loaded = Sound::withContentsOfFile(shorter);
+        QVERIFY(loaded);
+        QCOMPARE(loaded->channelCount(), 8);
+        QVERIFY(!Sound::withContentsOfFile(longer));
+    }
+
+    void aBackgroundLoadArrivesLaterOnTheContextsThread()
+    {
+        QObject context;
+        std::optional<std::shared_ptr<Sound>> arrived;
+        QThread* arrivedOn = nullptr;
+        const SoundLoader::Request request = SoundLoader::load(
+            toneFile(QStringLiteral("background.wav"), 0.7), &context, [&](std::shared_ptr<Sound> sound) {
+                arrived = std::move(sound);
+                arrivedOn = QThread::currentThread();
+            });
+        // Never from within the call: the caller never waits for a decode.
+        QVERIFY(!arrived);
+        QVERIFY(request.isPending());
+        QTRY_VERIFY(arrived.has_value());
+        QVERIFY(*arrived);
+        QVERIFY(qAbs((*arrived)->duration() - 0.7) < 0.01);
+        QCOMPARE(arrivedOn, context.thread());
+        QVERIFY(!request.isPending());
+    }
+
+    void aBackgroundLoadOfWhatDoesNotLoadArrivesEmpty_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("FIFO") << QStringLiteral("fifo");
+        QTest::newRow("link to /dev/zero") << QStringLiteral("zero");
+        QTest::newRow("missing") << QStringLiteral("missing");
+    }
+
+    void aBackgroundLoadOfWhatDoesNotLoadArrivesEmpty()
+    {
+        QFETCH(QString, kind);
+        const QString path = m_dir.filePath(QStringLiteral("special.wav"));
+        QFile::remove(path);
+        if (kind == QLatin1String("fifo"))
+            QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0644), 0);
+        else if (kind == QLatin1String("zero"))
+            QVERIFY(QFile::link(QStringLiteral("/dev/zero"), path));
+        QObject context;
+        std::optional<std::shared_ptr<Sound>> arrived;
+        SoundLoader::load(path, &context, [&](std::shared_ptr<Sound> sound) { arrived = std::move(sound); });
+        QTRY_VERIFY(arrived.has_value());
+        QVERIFY(!*arrived);
+    }
+
+    void aCancelledOrOrphanedLoadNeverArrives()
+    {
+        const QString path = toneFile(QStringLiteral("unwanted.wav"), 0.5);
+        int arrivals = 0;
+        QObject context;
+        const SoundLoader::Request cancelled =
+            SoundLoader::load(path, &context, [&](const std::shared_ptr<Sound>&) { ++arrivals; });
+        cancelled.cancel();
+        QVERIFY(!cancelled.isPending());
+        auto orphan = std::make_unique<QObject>();
+        SoundLoader::load(path, orphan.get(), [&](const std::shared_ptr<Sound>&) { ++arrivals; });
+        orphan.reset();
+        // A third one that does arrive tells when the others would have.
+        bool third = false;
+        SoundLoader::load(path, &context, [&](const std::shared_ptr<Sound>&) { third = true; });
+        QTRY_VERIFY(third);
+        QTest::qWait(200);
+        QCOMPARE(arrivals, 0);
+    }
+
+    void aCopyTakesOnlyRegularFilesAndGivesTheUsersMode_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<bool>("copied");
+        QTest::newRow("mode 0666") << QStringLiteral("0666") << true;
+        QTest::newRow("mode 0600") << QStringLiteral("0600") << true;
+        QTest::newRow("FIFO") << QStringLiteral("fifo") << false;
+        QTest::newRow("/dev/zero") << QStringLiteral("/dev/zero") << false;
+        QTest::newRow("link to /dev/zero") << QStringLiteral("zero") << false;
+        QTest::newRow("one byte over the limit") << QStringLiteral("large") << false;
+    }
+
+    void aCopyTakesOnlyRegularFilesAndGivesTheUsersMode()
+    {
+        QFETCH(QString, kind);
+        QFETCH(bool, copied);
+        const mode_t umaskBefore = ::umask(022);
+        QTemporaryDir folder;
+        QVERIFY(folder.isValid());
+        QString source = folder.filePath(QStringLiteral("source.wav"));
+        const QByteArray tone = sineWav(440, 0.2);
+        if (kind == QLatin1String("0666") || kind == QLatin1String("0600")) {
+            QVERIFY(writeFile(source, tone));
+            QCOMPARE(::chmod(QFile::encodeName(source).constData(), mode_t(kind.toInt(nullptr, 8))), 0);
+        } else if (kind == QLatin1String("fifo")) {
+            QCOMPARE(::mkfifo(QFile::encodeName(source).constData(), 0666), 0);
+        } else if (kind == QLatin1String("zero")) {
+            QVERIFY(QFile::link(QStringLiteral("/dev/zero"), source));
+        } else if (kind == QLatin1String("large")) {
+            QVERIFY(writeFile(source, silentWavOfSize(SoundFiles::maxFileBytes + 1)));
+        } else {
+            source = kind;
+        }
+        const QString destination = folder.filePath(QStringLiteral("copy.wav"));
+        QCOMPARE(SoundFiles::copyRegularFile(source, destination), copied);
+        ::umask(umaskBefore);
+        QCOMPARE(QFileInfo::exists(destination), copied);
+        if (copied) {
+            QFile file(destination);
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            QCOMPARE(file.readAll(), tone);
+            QCOMPARE(modeOf(destination), 0644);
+            // Never over a file that is there.
+            QVERIFY(writeFile(source, "changed"));
+            QVERIFY(!SoundFiles::copyRegularFile(source, destination));
+            file.seek(0);
+            QCOMPARE(file.readAll(), tone);
+        }
     }
 
     void everyBuiltInSoundDecodes_data()

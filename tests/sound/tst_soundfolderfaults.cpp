@@ -29,6 +29,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+
 using namespace PreferencesTest;
 
 namespace {
@@ -224,6 +226,7 @@ private slots:
         QVERIFY(qAbs(lengthOf(loaded) - 0.1) < 0.005);
         // A new choice finds no file: silence, no message; the folder is made again for the lookup.
         d->handleSoundSelectionChange();
+        QVERIFY(testsupport::waitForSounds(*d));
         QVERIFY(!d->endSound());
         d->tick();
         QCOMPARE(m_alerts, QStringList());
@@ -274,6 +277,96 @@ private slots:
         QCOMPARE(PreferenceController::preferenceSoundFiles(), listBefore);
         QCOMPARE(PreferenceController::preferenceSelectedSoundIndex(), indexBefore);
         QCOMPARE(m_alerts, QStringList());
+        d.reset();
+    }
+
+    void anAddOfWhatIsNotARegularFileAddsNothingAndAlerts_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("FIFO") << QStringLiteral("fifo");
+        QTest::newRow("link to /dev/zero") << QStringLiteral("link");
+        QTest::newRow("/dev/zero") << QStringLiteral("/dev/zero");
+    }
+
+    void anAddOfWhatIsNotARegularFileAddsNothingAndAlerts()
+    {
+        // Read as a file, a FIFO waits for a writer that never comes and /dev/zero never ends.
+        QFETCH(QString, kind);
+        QTemporaryDir sources;
+        QString source = kind;
+        if (kind == QLatin1String("fifo")) {
+            source = sources.filePath(QStringLiteral("Pipe Organ.wav"));
+            QCOMPARE(::mkfifo(QFile::encodeName(source).constData(), 0666), 0);
+        } else if (kind == QLatin1String("link")) {
+            source = sources.filePath(QStringLiteral("Endless.wav"));
+            QVERIFY(QFile::link(QStringLiteral("/dev/zero"), source));
+        }
+        const QString name = QFileInfo(source).fileName();
+        auto d = testsupport::launchPanel();
+        QVERIFY(testsupport::waitForSounds(*d));
+        const QStringList listBefore = PreferenceController::preferenceSoundFiles();
+        const qint64 indexBefore = PreferenceController::preferenceSelectedSoundIndex();
+        const QStringList folderBefore = QDir(soundFolder()).entryList(QDir::AllEntries | QDir::Hidden);
+        PreferenceWindowController* c = openPreferencesFromMenu(*d);
+        QVERIFY(c);
+        QVERIFY(QTest::qWaitForWindowExposed(c->prefsWindow()));
+
+        AlertAnswerer answerer(QStringLiteral("Ok"));
+        QFileDialog* panel = openAddSoundPanel(*c);
+        QVERIFY(panel);
+        QVERIFY(chooseFile(panel, source));
+        // The alert is answered from the event loop, so seeing it answered also says nothing hung.
+        QTRY_COMPARE(int(answerer.seen.size()), 1);
+        QCOMPARE(answerer.seen[0].text, QStringLiteral("Error"));
+        QCOMPARE(answerer.seen[0].informativeText, QStringLiteral("File copy error"));
+        QCOMPARE(answerer.seen[0].modality, Qt::ApplicationModal);
+        QVERIFY(!c->isAddingSound());
+        QCOMPARE(QDir(soundFolder()).entryList(QDir::AllEntries | QDir::Hidden), folderBefore);
+        QVERIFY(!QFileInfo::exists(inFolder(name)));
+        QVERIFY(!items(c->soundFilesDropdownList()).contains(name));
+        QCOMPARE(PreferenceController::preferenceSoundFiles(), listBefore);
+        QCOMPARE(PreferenceController::preferenceSelectedSoundIndex(), indexBefore);
+        QVERIFY(testsupport::waitForSounds(*d));
+        QVERIFY(d->endSound());
+        d.reset();
+    }
+
+    void anAddedSoundGetsTheUsersFileMode_data()
+    {
+        QTest::addColumn<int>("sourceMode");
+        QTest::newRow("0666") << 0666;
+        QTest::newRow("0600") << 0600;
+        QTest::newRow("0755") << 0755;
+    }
+
+    void anAddedSoundGetsTheUsersFileMode()
+    {
+        QFETCH(int, sourceMode);
+        const mode_t umaskBefore = ::umask(022);
+        QTemporaryDir sources;
+        const QString source = sources.filePath(QStringLiteral("Chime.wav"));
+        QVERIFY(writeFile(source, sineWav(660, 0.3, 0.2)));
+        QCOMPARE(::chmod(QFile::encodeName(source).constData(), mode_t(sourceMode)), 0);
+        auto d = testsupport::launchPanel();
+        QVERIFY(testsupport::waitForSounds(*d));
+        PreferenceWindowController* c = openPreferencesFromMenu(*d);
+        QVERIFY(c);
+        QVERIFY(QTest::qWaitForWindowExposed(c->prefsWindow()));
+        AlertAnswerer answerer(QStringLiteral("Ok"));
+        QFileDialog* panel = openAddSoundPanel(*c);
+        QVERIFY(panel);
+        QVERIFY(chooseFile(panel, source));
+        QTRY_VERIFY(!c->isAddingSound());
+        ::umask(umaskBefore);
+        QVERIFY(answerer.seen.empty());
+        QCOMPARE(readAll(inFolder(QStringLiteral("Chime.wav"))), readAll(source));
+        struct stat info = {};
+        QCOMPARE(::stat(QFile::encodeName(inFolder(QStringLiteral("Chime.wav"))).constData(), &info), 0);
+        QCOMPARE(int(info.st_mode & 07777), 0644);
+        QCOMPARE(PreferenceController::preferenceSelectedSoundName(), QStringLiteral("Chime.wav"));
+        // The panel takes it as its end sound.
+        QVERIFY(testsupport::waitForSounds(*d));
+        QVERIFY(qAbs(lengthOf(d->endSound()) - 0.3) < 0.005);
         d.reset();
     }
 };

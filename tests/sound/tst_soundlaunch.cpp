@@ -242,12 +242,41 @@ private slots:
         PreferenceController::setPreferenceSelectedSoundIndex(2);
         PreferenceController::setPreferenceReminderSoundIndex(3);
         d->handleSoundSelectionChange();
+        QVERIFY(testsupport::waitForSounds(*d));
         QVERIFY(near(lengthOf(d->endSound()), lengthOfBuiltIn(2)));
         QVERIFY(near(lengthOf(d->reminderSound()), lengthOfBuiltIn(4)));
         d->handleReminderSoundSelectionChange();
+        QVERIFY(testsupport::waitForSounds(*d));
         QVERIFY(near(lengthOf(d->reminderSound()), lengthOfBuiltIn(3)));
         // The launch's names stay as they were.
         QCOMPARE(d->timerData()->selectedSoundName(), builtInNames[0]);
+    }
+
+    void theLastOfTwoQuickChoicesWins()
+    {
+        // The first choice is a long file that takes longer to decode than the second: had its decode not
+        // been abandoned, it would arrive last and win.
+        QVERIFY(QDir().mkpath(soundFolder()));
+        QVERIFY(writeFile(inFolder(QStringLiteral("Long.wav")), sineWav(440, 300, 0.2)));
+        PreferenceController::setPreferenceSoundFiles(builtInNames + QStringList{QStringLiteral("Long.wav")});
+        const auto d = launchSoundStep();
+        PreferenceController::setPreferenceSelectedSoundIndex(5);
+        d->handleSoundSelectionChange();
+        PreferenceController::setPreferenceSelectedSoundIndex(2);
+        d->handleSoundSelectionChange();
+        QVERIFY(d->isLoadingSounds());
+        QVERIFY(testsupport::waitForSounds(*d));
+        QVERIFY(near(lengthOf(d->endSound()), lengthOfBuiltIn(2)));
+        // And stays so: nothing else arrives later.
+        QTest::qWait(1500);
+        QVERIFY(near(lengthOf(d->endSound()), lengthOfBuiltIn(2)));
+        // The other way round, the long one is what stays.
+        PreferenceController::setPreferenceSelectedSoundIndex(2);
+        d->handleSoundSelectionChange();
+        PreferenceController::setPreferenceSelectedSoundIndex(5);
+        d->handleSoundSelectionChange();
+        QVERIFY(testsupport::waitForSounds(*d));
+        QVERIFY(near(lengthOf(d->endSound()), 300));
     }
 
     void reselectingTheSameSoundReadsTheFileAgain()
@@ -258,9 +287,11 @@ private slots:
         // The loaded sound did not follow the file.
         QVERIFY(near(lengthOf(before), lengthOfBuiltIn(0)));
         d->handleSoundSelectionChange();
+        QVERIFY(testsupport::waitForSounds(*d));
         QVERIFY(near(lengthOf(d->endSound()), 1.25));
         QVERIFY(QFile::remove(inFolder(builtInNames[0])));
         d->handleSoundSelectionChange();
+        QVERIFY(testsupport::waitForSounds(*d));
         QVERIFY(!d->endSound());
     }
 
@@ -292,7 +323,9 @@ private slots:
         QVERIFY(!d->endSound());
         QVERIFY(!d->reminderSound());
         d->handleSoundSelectionChange();
+        QVERIFY(testsupport::waitForSounds(*d));
         d->handleReminderSoundSelectionChange();
+        QVERIFY(testsupport::waitForSounds(*d));
         QVERIFY(!d->endSound());
         QVERIFY(!d->reminderSound());
     }
@@ -307,6 +340,7 @@ private slots:
         QVERIFY(!d->endSound());
         QElapsedTimer clock;
         clock.start();
+        QVERIFY(d->isLoadingSounds());
         QTRY_VERIFY(d->endSound());
         // Loaded on the first frame, not by the fallback a second later for a window never drawn.
         QVERIFY2(clock.elapsed() < 900, qPrintable(QString::number(clock.elapsed())));

@@ -26,6 +26,13 @@ inline std::unique_ptr<AppDelegate> launchPanel(QSize size = {})
     return delegate;
 }
 
+/// Waits until both of the delegate's sound handles hold what their files gave (decoded off the main
+/// thread), at most ten seconds; whether they did is the answer.
+inline bool waitForSounds(const AppDelegate& delegate)
+{
+    return QTest::qWaitFor([&delegate] { return !delegate.isLoadingSounds(); }, 10000);
+}
+
 /// The launch sequence's steps up to and including the sound step (defaults, stored settings, the sound
 /// folder filled and both sounds loaded), in a fresh delegate whose panel is never shown.
 inline std::unique_ptr<AppDelegate> launchSoundStep()
@@ -34,6 +41,8 @@ inline std::unique_ptr<AppDelegate> launchSoundStep()
     delegate->registerDefaults();
     delegate->readPrefs();
     delegate->copyDefaultSoundAndLoadSelectedSound();
+    if (!waitForSounds(*delegate))
+        qWarning("the sounds did not load");
     return delegate;
 }
 
