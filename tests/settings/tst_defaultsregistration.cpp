@@ -74,6 +74,8 @@ void TestDefaultsRegistration::holdsExactlyTheBuiltInValues()
         {QStringLiteral("SelectedReminderSoundIndex"), QVariant::fromValue(qint64(4))},
         {QStringLiteral("SoundFiles"), testsupport::builtInSounds().join(QLatin1Char(':'))},
         {QStringLiteral("ReturnFocusToPreviousWindow"), true},
+        // The panel's place: empty until it is first moved.
+        {QStringLiteral("PanelFrame"), QStringLiteral("")},
     };
     const QVariantMap actual = registrationDefaults(Brevlin());
     QCOMPARE(actual.keys(), expected.keys());
@@ -145,7 +147,7 @@ void TestDefaultsRegistration::registeringTwiceLeavesOnlyBuiltInValuesAndUserVal
     defaults().registerDefaults(registrationDefaults(Brevlin()));
 
     QCOMPARE(defaults().registeredDefaults(), registrationDefaults(Brevlin()));
-    QCOMPARE(defaults().registeredDefaults().size(), 11);
+    QCOMPARE(defaults().registeredDefaults().size(), 12);
     QCOMPARE(defaults().boolForKey(PreferenceKeys::PlaySound), false);
     QCOMPARE(defaults().stringForKey(PreferenceKeys::SoundFiles), QStringLiteral("a.wav:b.wav"));
     QCOMPARE(defaults().stringForKey(PreferenceKeys::RemindEveryInterval), QStringLiteral("0:0:10"));
