@@ -7,9 +7,9 @@ packages=(
     # build
     g++ cmake ninja-build pkg-config make
     qt6-base-dev qt6-base-dev-tools libgl-dev libxcb1-dev
-    # build: the sound library (Qt Multimedia's QAudioSink, libsndfile to decode); at run time QAudioSink
-    # needs nothing more on Linux, its PulseAudio client is built into libQt6Multimedia
-    qt6-multimedia-dev libsndfile1-dev
+    # build: the sound library (libpulse to play on Linux, libsndfile to decode; Qt Multimedia's QAudioSink
+    # plays on the other systems and the fuzz targets link it)
+    libpulse-dev qt6-multimedia-dev libsndfile1-dev
     # run: the X11 and offscreen platform plugins, a font
     qt6-qpa-plugins fonts-dejavu-core
     # package: CPack's dependency computation (dpkg-shlibdeps, file) and the desktop entry and metainfo validators
