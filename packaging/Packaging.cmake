@@ -33,8 +33,8 @@ endif()
 # The .deb: dpkg-shlibdeps computes the libraries; what is opened at run time without being linked is
 # named: libXcursor (the xcb plug-in opens it for themed resize cursors) and a font for the digits. On
 # Debian 12 the xcb platform plug-in itself is in libqt6gui6 (qt6-qpa-plugins holds only vnc and tuio),
-# the audio back end (Qt Multimedia's PulseAudio client) is inside libQt6Multimedia, and libsndfile1
-# depends on its MP3 decoder (libmpg123): shlibdeps brings all three. tests/packaging/test-deb.sh checks
+# the sound output is libpulse0 (linked), and libsndfile1 depends on its MP3 decoder (libmpg123):
+# shlibdeps brings all three. tests/packaging/test-deb.sh checks
 # that every library and font the running program maps comes with these.
 set(CPACK_PACKAGE_NAME brevlin)
 set(CPACK_PACKAGE_VENDOR Brevlin)

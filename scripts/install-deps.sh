@@ -8,9 +8,8 @@ packages=(
     # build
     g++ cmake ninja-build pkg-config make
     qt6-base-dev qt6-base-dev-tools libgl-dev libxcb1-dev
-    # build: the sound library (Qt Multimedia's QAudioSink, libsndfile to decode); at run time QAudioSink
-    # needs nothing more on Linux, its PulseAudio client is built into libQt6Multimedia
-    qt6-multimedia-dev libsndfile1-dev
+    # build: the sound library (libpulse to play on Linux, libsndfile to decode)
+    libpulse-dev libsndfile1-dev
     # run: the X11 and offscreen platform plugins, a font, Qt's own translations for its dialogs
     qt6-qpa-plugins fonts-dejavu-core qt6-translations-l10n
     # run without a display (make run on a server): a virtual one with a window manager
@@ -34,8 +33,9 @@ if [ "${1:-}" != "--run" ]; then
         # test: the Wayland lab's sway (wlroots) session, its screenshots, and its drivers' Wayland client code
         # (sway's virtual keyboard and pointer, KDE's fake input for the KWin driver)
         sway grim libwayland-dev libwayland-bin libxkbcommon-dev plasma-wayland-protocols
-        # test: the fuzz targets (make fuzz): Debian's clang with libFuzzer and the sanitizer runtimes
-        clang-14 libclang-rt-14-dev
+        # test: the fuzz targets (make fuzz): Debian's clang with libFuzzer and the sanitizer runtimes, and
+        # Qt Multimedia, whose output the sound target links (it plays on the systems without libpulse)
+        clang-14 libclang-rt-14-dev qt6-multimedia-dev
     )
 fi
 

@@ -1,16 +1,12 @@
 #include "Sound.h"
 
+#include "AudioOutput.h"
 #include "SoundLoader.h"
 
-#include <QAudioFormat>
-#include <QAudioSink>
-#include <QBuffer>
 #include <QFile>
-#include <QTimer>
 
 #include <sndfile.h>
 
-#include <climits>
 #include <cmath>
 #include <cstring>
 
@@ -75,11 +71,7 @@ Sound::Sound(QByteArray pcm, int sampleRate, int channelCount)
     , m_channelCount(channelCount)
 {}
 
-Sound::~Sound()
-{
-    delete m_sink;
-    delete m_source;
-}
+Sound::~Sound() = default;
 
 std::shared_ptr<Sound> Sound::withContentsOfFile(const QString& path)
 {
@@ -178,62 +170,17 @@ double Sound::duration() const
 
 void Sound::play()
 {
-    if (m_sink)
+    if (m_playing)
         return;
-    QAudioFormat format;
-    format.setSampleRate(m_sampleRate);
-    format.setChannelCount(m_channelCount);
-    format.setSampleFormat(QAudioFormat::Int16);
-
-    m_source = new QBuffer(&m_pcm);
-    m_source->open(QIODevice::ReadOnly);
-    m_sink = new QAudioSink(format);
-    m_keepAlive = shared_from_this();
-    // Callbacks hold the sound weakly and name their own sink: one that fires after the playback it
-    // belongs to has ended must neither touch a released sound nor end a later playback.
-    const std::weak_ptr<Sound> weak = m_keepAlive;
-    QAudioSink* sink = m_sink;
-    const auto finishPlayback = [weak, sink] {
-        if (const std::shared_ptr<Sound> sound = weak.lock(); sound && sound->m_sink == sink)
-            sound->finish();
-    };
-    QObject::connect(
-        sink, &QAudioSink::stateChanged, sink, [this, format, sink, finishPlayback](QAudio::State state) {
-            if (state == QAudio::StoppedState) {
-                finishPlayback();
-                return;
-            }
-            // Idle with the whole buffer read is the end of reading, an idle moment before that only an
-            // underrun. What the back end still holds is yet to be heard: stopping now would cut it off.
-            if (state == QAudio::IdleState && m_source && m_source->atEnd() && !m_finishing) {
-                m_finishing = true;
-                const qint64 total = format.durationForBytes(qint32(qMin<qsizetype>(m_pcm.size(), INT_MAX)));
-                const qint64 buffered = format.durationForBytes(qint32(sink->bufferSize()));
-                const qint64 left = qBound<qint64>(0, total - sink->processedUSecs(), buffered);
-                QTimer::singleShot(int(left / 1000) + 60, sink, finishPlayback);
-            }
-        });
-    m_finishing = false;
-    sink->start(m_source);
-    // Without a sound server or device the sink stops at once; the sound is then simply not heard.
-    if (m_sink == sink && sink->state() == QAudio::StoppedState)
-        finish();
+    // The playback holds the sound until it ends, so a sound whose handles are all gone is still heard
+    // whole. The output never calls back before play() returns.
+    const std::shared_ptr<Sound> self = shared_from_this();
+    m_playing = AudioOutput::play(m_pcm, m_sampleRate, m_channelCount, [self] { self->finish(); });
 }
 
 void Sound::finish()
 {
-    if (!m_sink)
-        return;
-    QAudioSink* sink = m_sink;
-    QBuffer* source = m_source;
-    m_sink = nullptr;
-    m_source = nullptr;
-    sink->disconnect();
-    sink->stop();
-    sink->deleteLater();
-    delete source;
-    // Last: this may be the only reference left, and then the sound ends here.
-    const std::shared_ptr<Sound> self = std::move(m_keepAlive);
+    m_playing = false;
 }
 
 QStringList Sound::supportedFileTypes()

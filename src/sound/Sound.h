@@ -9,12 +9,9 @@
 #include <atomic>
 #include <memory>
 
-class QAudioSink;
-class QBuffer;
-
 /// A sound held entirely in memory as 16-bit PCM, decoded once when it is loaded, so it plays the same
-/// even after its file is removed or replaced. Playback goes through QAudioSink; the audio back end is
-/// touched only by the first play(), never by loading.
+/// even after its file is removed or replaced. Playback goes through AudioOutput, off the main thread where
+/// it can wait; the sound server is touched only by play(), never by loading.
 class Sound : public Playable, public std::enable_shared_from_this<Sound>
 {
 public:
@@ -30,7 +27,8 @@ public:
     /// Starts the whole sound once and returns at once; does nothing while this sound is still playing.
     /// A playing sound keeps itself alive until its playback ends, even when every handle to it is gone.
     void play() override;
-    bool isPlaying() const { return m_sink != nullptr; }
+    /// From play() until the sound has been heard to its end, or the output gave up on it.
+    bool isPlaying() const { return m_playing; }
 
     /// Plays the file once with an object of its own that lives until its playback ends (a preview).
     /// A file that does not load plays nothing. Returns whether playback started.
@@ -52,9 +50,5 @@ private:
     QByteArray m_pcm;
     int m_sampleRate = 0;
     int m_channelCount = 0;
-    // Both exist only while the sound plays.
-    QAudioSink* m_sink = nullptr;
-    QBuffer* m_source = nullptr;
-    std::shared_ptr<Sound> m_keepAlive;
-    bool m_finishing = false;
+    bool m_playing = false;
 };

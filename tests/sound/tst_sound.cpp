@@ -1,6 +1,7 @@
 // A loaded sound is heard on the test's PulseAudio null sink: whole, once, from memory, and never twice at
 // a time from the same object.
 #include "BuiltInSounds.h"
+#include "PrivatePulse.h"
 #include "SinkRecorder.h"
 #include "Sound.h"
 #include "SoundFileTypes.h"
@@ -20,8 +21,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <vector>
 
 #include <sys/stat.h>
+
+using testsupport::PrivatePulse;
 
 namespace {
 
@@ -80,6 +84,12 @@ bool soxSilence(const QString& path, int channels, int seconds)
                               QString::number(seconds)}) == 0;
 }
 
+// The threads of this process, as the kernel counts them.
+int threadCount()
+{
+    return int(QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size());
+}
+
 } // namespace
 
 class TestSound : public QObject
@@ -89,10 +99,10 @@ class TestSound : public QObject
 private:
     QTemporaryDir m_dir;
 
-    QString toneFile(const QString& name, double seconds, double amplitude = 0.5)
+    QString toneFile(const QString& name, double seconds, double amplitude = 0.5, double frequency = 440)
     {
         const QString path = m_dir.filePath(name);
-        if (!writeFile(path, sineWav(440, seconds, amplitude)))
+        if (!writeFile(path, sineWav(frequency, seconds, amplitude)))
             return {};
         return path;
     }
@@ -109,6 +119,8 @@ private slots:
         QVERIFY2(!qEnvironmentVariableIsEmpty("BREVLIN_TEST_SINK_MONITOR"),
                  "run through isolated-run.sh --pulse");
     }
+
+    void cleanup() { QVERIFY(PrivatePulse::restore()); }
 
     void aPlayedSoundIsHeardWholeAndOnce()
     {
@@ -210,7 +222,9 @@ private slots:
         QVERIFY(recorder.waitUntilRecording());
         QVERIFY(Sound::playFile(toneFile(QStringLiteral("preview.wav"), 0.6)));
         {
-            auto handle = Sound::withContentsOfFile(toneFile(QStringLiteral("replaced.wav"), 0.6, 0.25));
+            // Another pitch: the two start a moment apart, and one tone would cancel the other out at some
+            // offsets.
+            auto handle = Sound::withContentsOfFile(toneFile(QStringLiteral("replaced.wav"), 0.6, 0.25, 553));
             QVERIFY(handle);
             handle->play();
             handle = Sound::withContentsOfFile(toneFile(QStringLiteral("other.wav"), 0.1));
@@ -224,6 +238,83 @@ private slots:
                  qPrintable(QStringLiteral("%1 s loud of %2 samples").arg(heard).arg(samples.size())));
         // Both played at once: the mix reaches above either alone.
         QVERIFY2(peak(samples) > 0.6, qPrintable(QString::number(peak(samples))));
+    }
+
+    void playReturnsAtOnceAndGivesUpOnAServerThatHangs()
+    {
+        QVERIFY(PrivatePulse::available());
+        const auto sound = Sound::withContentsOfFile(toneFile(QStringLiteral("hung.wav"), 0.5));
+        QVERIFY(sound);
+        QVERIFY(PrivatePulse::freeze());
+        QElapsedTimer clock;
+        clock.start();
+        sound->play();
+        QVERIFY2(clock.elapsed() < 400, qPrintable(QString::number(clock.elapsed())));
+        QVERIFY(sound->isPlaying());
+        // It ends while the server still hangs: nothing waits for it for ever.
+        QTRY_VERIFY_WITH_TIMEOUT(!sound->isPlaying(), 10000);
+        QVERIFY(PrivatePulse::thaw());
+
+        // The same sound, once the server answers again, is heard.
+        SinkRecorder recorder;
+        QVERIFY(recorder.start());
+        QVERIFY(recorder.waitUntilRecording());
+        sound->play();
+        waitUntilQuiet(sound);
+        QTest::qWait(300);
+        const double heard = loudSeconds(recorder.stop());
+        QVERIFY2(heard > 0.45 && heard < 0.6, qPrintable(QString::number(heard)));
+    }
+
+    void soundsWaitingOnAServerThatHangsNeitherHoldUpOthersNorPileUpThreads()
+    {
+        const int threadsBefore = threadCount();
+        std::vector<std::shared_ptr<Sound>> sounds;
+        for (int i = 0; i < 30; ++i) {
+            sounds.push_back(Sound::withContentsOfFile(toneFile(QStringLiteral("many%1.wav").arg(i), 0.2)));
+            QVERIFY(sounds.back());
+        }
+        QVERIFY(PrivatePulse::freeze());
+        // One sound waits on the server; another is started all the same, and so are more.
+        sounds[0]->play();
+        QTest::qWait(500);
+        QVERIFY(sounds[0]->isPlaying());
+        QElapsedTimer clock;
+        clock.start();
+        sounds[1]->play();
+        QVERIFY(sounds[1]->isPlaying());
+        for (const auto& sound : sounds)
+            sound->play();
+        QVERIFY2(clock.elapsed() < 400, qPrintable(QString::number(clock.elapsed())));
+        const int threadsWhileHung = threadCount();
+        qInfo("threads: %d before, %d with 30 sounds waiting on a hung server", threadsBefore,
+              threadsWhileHung);
+        QVERIFY2(threadsWhileHung - threadsBefore <= 10, qPrintable(QString::number(threadsWhileHung)));
+        // Given up while the server still hangs, each thread ends.
+        QTRY_VERIFY_WITH_TIMEOUT(
+            std::none_of(sounds.begin(), sounds.end(), [](const auto& s) { return s->isPlaying(); }), 15000);
+        QTRY_VERIFY_WITH_TIMEOUT(threadCount() <= threadsBefore, 5000);
+        QVERIFY(PrivatePulse::thaw());
+    }
+
+    void aSoundIsHeardOnceTheServerIsBack()
+    {
+        // Loaded while the server runs, played while there is none, played again once a new one runs.
+        const auto sound = Sound::withContentsOfFile(toneFile(QStringLiteral("back.wav"), 0.5));
+        QVERIFY(sound);
+        QVERIFY(PrivatePulse::kill());
+        sound->play();
+        QTRY_VERIFY_WITH_TIMEOUT(!sound->isPlaying(), 10000);
+        QVERIFY(PrivatePulse::start());
+        SinkRecorder recorder;
+        QVERIFY(recorder.start());
+        QVERIFY(recorder.waitUntilRecording());
+        sound->play();
+        QVERIFY(sound->isPlaying());
+        waitUntilQuiet(sound);
+        QTest::qWait(300);
+        const double heard = loudSeconds(recorder.stop());
+        QVERIFY2(heard > 0.45 && heard < 0.6, qPrintable(QString::number(heard)));
     }
 
     void whatIsNotAudioLoadsNothingAndSaysNothing_data()

@@ -31,7 +31,9 @@ done
 
 root=$(mktemp -d "${TMPDIR:-/tmp}/brevlin-test.XXXXXX")
 pids=()
+stop_pulse() { :; }
 cleanup() {
+    stop_pulse
     for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null; done
     for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null; done
     rm -rf "$root"
@@ -60,19 +62,32 @@ if [ "$want_x11" = 1 ]; then
 fi
 
 if [ "$want_pulse" = 1 ]; then
-    command -v pulseaudio >/dev/null || { echo "isolated-run: pulseaudio is missing (make deps)" >&2; exit 1; }
     export PULSE_RUNTIME_PATH="$XDG_RUNTIME_DIR/pulse" PULSE_STATE_PATH="$root/pulse-state"
+    export BREVLIN_TEST_PULSE_LOG="$root/pulse.log"
     unset PULSE_SERVER
-    pulseaudio --daemonize=no --exit-idle-time=-1 --disallow-exit -n \
-        --load="module-native-protocol-unix" \
-        --load="module-null-sink sink_name=brevlin_test sink_properties=device.description=BrevlinTest" \
-        --load="module-always-sink" >"$root/pulse.log" 2>&1 &
-    pids+=($!)
-    for _ in $(seq 100); do
-        pactl info >/dev/null 2>&1 && break
-        sleep 0.05
-    done
-    pactl set-default-sink brevlin_test >/dev/null 2>&1 || { echo "isolated-run: PulseAudio did not start" >&2; cat "$root/pulse.log" >&2; exit 1; }
+    # No client the test runs (pactl, parec, the application's own) may start a server of its own while the
+    # test has ended the private one.
+    export PULSE_CLIENTCONFIG="$root/pulse-client.conf"
+    echo "autospawn = no" >"$PULSE_CLIENTCONFIG"
+    # The test may end the server and start it again with the same command; the pid file names the one
+    # running now.
+    export BREVLIN_TEST_PULSE_PIDFILE="$root/pulse.pid"
+    BREVLIN_TEST_PULSE_START="$(cd "$(dirname "$0")" && pwd)/private-pulse.sh"
+    export BREVLIN_TEST_PULSE_START
+    "$BREVLIN_TEST_PULSE_START" || exit 1
+    stop_pulse() {
+        local pid
+        pid=$(cat "$BREVLIN_TEST_PULSE_PIDFILE" 2>/dev/null) || return 0
+        # A test that failed while the server was stopped leaves it stopped: it must be resumed to end.
+        kill -CONT "$pid" 2>/dev/null
+        kill "$pid" 2>/dev/null || return 0
+        # Not a child of this script: gone, or a zombie nobody has reaped yet.
+        for _ in $(seq 100); do
+            grep -qs '^[0-9]* (.*) [^Z]' "/proc/$pid/stat" || return 0
+            sleep 0.05
+        done
+        kill -KILL "$pid" 2>/dev/null
+    }
     export BREVLIN_TEST_SINK_MONITOR="brevlin_test.monitor"
 fi
 

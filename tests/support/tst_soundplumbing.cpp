@@ -1,5 +1,6 @@
 // Sound tests listen to a private PulseAudio null sink; prove a played sound is heard there and silence
-// is not.
+// is not, and that the test can stop, end and start that server again.
+#include "PrivatePulse.h"
 #include "SinkRecorder.h"
 #include "TestMain.h"
 
@@ -46,6 +47,35 @@ private slots:
         const double level = SinkRecorder::rms(recorder.stop());
         // Half-scale sine is 0.35 RMS; part of the recording is silence around it.
         QVERIFY2(level > 0.05, qPrintable(QString::number(level)));
+    }
+
+    void theServerCanBeStoppedEndedAndStartedAgain()
+    {
+        using testsupport::PrivatePulse;
+        const auto answers = [] {
+            QProcess pactl;
+            pactl.start(QStringLiteral("pactl"), {QStringLiteral("get-default-sink")});
+            const bool ended = pactl.waitForFinished(1500);
+            if (!ended) {
+                pactl.kill();
+                pactl.waitForFinished();
+            }
+            return ended && pactl.exitCode() == 0 &&
+                   pactl.readAllStandardOutput().trimmed() == "brevlin_test";
+        };
+        QVERIFY(PrivatePulse::available());
+        QVERIFY(PrivatePulse::isRunning());
+        QVERIFY(answers());
+        QVERIFY(PrivatePulse::freeze());
+        QVERIFY(!answers());
+        QVERIFY(PrivatePulse::thaw());
+        QTRY_VERIFY(answers());
+        QVERIFY(PrivatePulse::kill());
+        QVERIFY(!PrivatePulse::isRunning());
+        QVERIFY(!answers());
+        QVERIFY(PrivatePulse::start());
+        QVERIFY(answers());
+        aPlayedToneIsHeard();
     }
 };
 
