@@ -28,6 +28,24 @@ if(UNIX AND NOT APPLE)
             RENAME ${BREVLIN_APP_ID}.svg)
     # Debian's place for the licence of a package's files.
     install(FILES ${CMAKE_CURRENT_LIST_DIR}/linux/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/brevlin)
+    # The user guide with its pictures, beside it (the guide links them as images/...).
+    install(FILES ${PROJECT_SOURCE_DIR}/docs/user-guide.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/brevlin)
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/images DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/brevlin
+            FILES_MATCHING PATTERN "*.png")
+
+    # The manual page and the package's changelog, compressed as Debian wants them (gzip -9n: no name and
+    # no time stamp inside, so the package is reproducible).
+    find_program(BREVLIN_GZIP gzip REQUIRED)
+    set(packaging_out ${PROJECT_BINARY_DIR}/packaging)
+    configure_file(${CMAKE_CURRENT_LIST_DIR}/linux/brevlin.1.in ${packaging_out}/brevlin.1 @ONLY)
+    configure_file(${CMAKE_CURRENT_LIST_DIR}/linux/changelog.in ${packaging_out}/changelog @ONLY)
+    add_custom_command(OUTPUT ${packaging_out}/brevlin.1.gz ${packaging_out}/changelog.gz
+                       COMMAND ${BREVLIN_GZIP} -9nf -k ${packaging_out}/brevlin.1 ${packaging_out}/changelog
+                       DEPENDS ${packaging_out}/brevlin.1 ${packaging_out}/changelog
+                       COMMENT "Compressing the manual page and the changelog")
+    add_custom_target(brevlin_packaging_docs ALL DEPENDS ${packaging_out}/brevlin.1.gz ${packaging_out}/changelog.gz)
+    install(FILES ${packaging_out}/brevlin.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    install(FILES ${packaging_out}/changelog.gz DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/brevlin)
 endif()
 
 # The .deb: dpkg-shlibdeps computes the libraries; what is opened at run time without being linked is

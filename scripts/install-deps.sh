@@ -20,8 +20,9 @@ packages=(
 # package, the tests and the fuzzers.
 if [ "${1:-}" != "--run" ]; then
     packages+=(
-        # package: CPack's dependency computation (dpkg-shlibdeps, file) and the desktop entry and metainfo validators
-        dpkg-dev file desktop-file-utils appstream
+        # package: CPack's dependency computation (dpkg-shlibdeps, file), the desktop entry and metainfo
+        # validators, and Debian's package checker
+        dpkg-dev file desktop-file-utils appstream lintian
         # test: a second window manager (metacity; openbox is above),
         # input and window inspection, monitors (xrandr), screenshots,
         # a sound server with a null sink, sound analysis, and the Windows cross compiler for the Win32 code

@@ -3,7 +3,8 @@
 # runs the unpacked binary on a private X server with openbox, with a fresh home and nothing of the build
 # tree on any path. Passes when
 #   - the package holds the executable, the five sounds, the icons, a valid desktop entry and metainfo,
-#     and no path of the build machine is compiled into the executable;
+#     the manual page, the changelog and the user guide, lintian finds no error or warning in it, and no
+#     path of the build machine is compiled into the executable;
 #   - the panel is drawn on the screen and carries the application icon;
 #   - the five built-in sounds were copied from the package into the new user's sound folder;
 #   - a countdown from 0:0:1 is heard at zero: the end sound, an MP3, decoded and played through the
@@ -76,6 +77,13 @@ done
 tests/packaging/validate-metadata.sh "$unpacked/usr/share/applications/$id.desktop" \
     "$unpacked/usr/share/metainfo/$id.metainfo.xml" "$version" || fail "desktop entry or metainfo"
 [ "$(dpkg-deb -f "$deb" Version)" = "$version" ] || fail "package version $(dpkg-deb -f "$deb" Version), project $version"
+for doc in man/man1/brevlin.1.gz doc/brevlin/changelog.gz doc/brevlin/user-guide.md doc/brevlin/images/panel-idle.png; do
+    [ -s "$unpacked/usr/share/$doc" ] || fail "no usr/share/$doc"
+done
+# Debian's own checks of a package, at error and warning level.
+command -v lintian >/dev/null || fail "lintian is missing (make deps)"
+lintian --fail-on error,warning "$deb" || fail "lintian reports errors or warnings"
+step "lintian: no error or warning"
 # Qt keeps string literals as UTF-16 as well as UTF-8: look for the build tree's path in both.
 if { strings -a "$app"; strings -a -el "$app"; } | grep -F "$repo" >/dev/null; then
     fail "the executable holds a path of the build machine ($repo)"
