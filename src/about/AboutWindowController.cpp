@@ -10,6 +10,7 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <QLabel>
+#include <QPalette>
 #include <QPushButton>
 #include <QScreen>
 
@@ -78,11 +79,16 @@ void AboutWindowController::windowDidLoad()
         iconLabel()->hide();
     else
         iconLabel()->setPixmap(icon.pixmap(QSize(iconSize, iconSize), m_aboutWindow->devicePixelRatioF()));
+    // The window never takes the keyboard, so it is never the active window, and some styles (Adwaita's
+    // dark one) draw an inactive window's text in a faint grey. Its texts take the active text colour.
+    QString styleSheet =
+        QStringLiteral("QLabel, QPushButton { color: %1; }")
+            .arg(m_aboutWindow->palette().color(QPalette::Active, QPalette::WindowText).name());
     if (m_aboutWindow->windowFlags() & Qt::FramelessWindowHint) {
         // No window manager draws a border here; without one a white window vanishes on a white slide.
-        m_aboutWindow->setStyleSheet(
-            QStringLiteral("QFrame#aboutWindow { border: 1px solid palette(dark); }"));
+        styleSheet += QStringLiteral(" QFrame#aboutWindow { border: 1px solid palette(dark); }");
     }
+    m_aboutWindow->setStyleSheet(styleSheet);
 
     // The layout fixes the size; it must be known before the window is placed.
     m_aboutWindow->adjustSize();

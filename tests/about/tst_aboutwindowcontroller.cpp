@@ -17,6 +17,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
+
 #include <memory>
 
 namespace {
@@ -138,6 +140,38 @@ private slots:
         QVERIFY(texts.at(3).contains(QStringLiteral("licence")));
         QCOMPARE(controller.closeButton()->text(), QStringLiteral("Close"));
         QCOMPARE(controller.aboutWindow()->windowTitle(), QStringLiteral("About Brevlin"));
+    }
+
+    void itsTextIsNotFadedByAStyleThatFadesInactiveWindows()
+    {
+        // As Adwaita's dark style does: light text, faded to grey in a window that is not active. The
+        // about window never takes the keyboard, so it is never active.
+        const QPalette before = QApplication::palette();
+        QPalette fading = before;
+        fading.setColor(QPalette::Window, QColor(53, 53, 53));
+        fading.setColor(QPalette::Button, QColor(53, 53, 53));
+        for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::ButtonText}) {
+            fading.setColor(QPalette::Active, role, QColor(238, 238, 236));
+            fading.setColor(QPalette::Inactive, role, QColor(145, 145, 144));
+        }
+        QApplication::setPalette(fading);
+        AboutWindowController controller;
+        controller.showWindow();
+        QVERIFY(QTest::qWaitForWindowExposed(controller.aboutWindow()));
+        // Where the test's platform lets it become active anyway, another window takes that.
+        QWidget slides;
+        slides.show();
+        slides.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&slides));
+        QVERIFY(!controller.aboutWindow()->isActiveWindow());
+        const QImage text = controller.versionLabel()->grab().toImage();
+        int brightest = 0;
+        for (int y = 0; y < text.height(); ++y)
+            for (int x = 0; x < text.width(); ++x)
+                brightest = std::max(brightest, qGray(text.pixel(x, y)));
+        QApplication::setPalette(before);
+        // The digits' cores reach the active text colour; faded, nothing would pass 145.
+        QVERIFY2(brightest >= 230, qPrintable(QString::number(brightest)));
     }
 
     void theApplicationsIconIsShown()
