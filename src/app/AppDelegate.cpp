@@ -34,6 +34,7 @@
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPushButton>
+#include <QScreen>
 
 #include <utility>
 
@@ -351,6 +352,12 @@ void AppDelegate::preferenceClick()
     // Never reused: a new controller takes a new snapshot, which is what its reset goes back to. The
     // previous window closes with its controller.
     m_prefsWindowController = std::make_unique<PreferenceWindowController>();
+    // On the panel's screen, where the presenter is looking (a laptop beside a projector), in its middle.
+    if (const QScreen* screen = m_panel->screen()) {
+        QWidget* window = m_prefsWindowController->prefsWindow();
+        const QRect area = screen->availableGeometry();
+        window->move(area.center() - QPoint(window->width() / 2, window->height() / 2));
+    }
     m_prefsWindowController->showWindow();
 
     // Subscribed at the first opening only, and never removed. Every observer re-reads the store and

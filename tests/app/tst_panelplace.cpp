@@ -132,6 +132,38 @@ private slots:
         quit(app);
     }
 
+    void thePreferencesOpenOnThePanelsMonitor()
+    {
+        QProcess app;
+        const quint64 panel = startPanel(app, QStringLiteral(BREVLIN_APP));
+        QVERIFY(panel);
+        moveWindow(panel, {800, 300});
+        QTRY_VERIFY(storedPlace().endsWith(QStringLiteral(";Right")));
+        // The menu's first entry, as a presenter opens it.
+        xdotool({QStringLiteral("mousemove"), QStringLiteral("--window"), QString::number(panel),
+                 QStringLiteral("8"), QStringLiteral("8"), QStringLiteral("click"), QStringLiteral("3")});
+        QTest::qWait(600);
+        xdotool({QStringLiteral("key"), QStringLiteral("Down"), QStringLiteral("Return")});
+        quint64 preferences = 0;
+        QVERIFY(QTest::qWaitFor(
+            [&] {
+                preferences = xdotool({QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                                       QStringLiteral("--name"), QStringLiteral("^Preferences")})
+                                  .split(QLatin1Char('\n'), Qt::SkipEmptyParts)
+                                  .value(0)
+                                  .toULongLong();
+                return preferences != 0;
+            },
+            5000));
+        const QRect frame = geometryOf(preferences);
+        QVERIFY2(RightMonitor.contains(frame.center()), qPrintable(QStringLiteral("%1,%2 %3x%4")
+                                                                       .arg(frame.x())
+                                                                       .arg(frame.y())
+                                                                       .arg(frame.width())
+                                                                       .arg(frame.height())));
+        quit(app);
+    }
+
     void aDragPastTheEdgeLeavesThePanelInSight()
     {
         QProcess app;
