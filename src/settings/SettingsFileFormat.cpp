@@ -6,7 +6,6 @@
 #include <QFile>
 #include <QFileDevice>
 #include <QHash>
-#include <QStringDecoder>
 #include <QStringList>
 
 #include <algorithm>
@@ -578,18 +577,6 @@ bool sameValue(const QVariant& a, const QVariant& b)
            (a == b || SettingsFileFormat::encodeValue(a) == SettingsFileFormat::encodeValue(b));
 }
 
-// A file saved as UTF-16 by an editor (its byte-order mark says so) as UTF-8 without a mark; any other
-// file as it is.
-QByteArray utf8Text(const QByteArray& file)
-{
-    const bool little = file.startsWith("\xFF\xFE");
-    if (!little && !file.startsWith("\xFE\xFF"))
-        return file;
-    QStringDecoder decoder(little ? QStringConverter::Utf16LE : QStringConverter::Utf16BE);
-    const QString text = decoder.decode(file);
-    return text.toUtf8();
-}
-
 bool readFile(QIODevice& device, QSettings::SettingsMap& map)
 {
     // The file was checked before QSettings opened it; this bound holds should it have grown since.
@@ -675,9 +662,8 @@ QByteArray encodeValue(const QVariant& value)
     return escapedValue(QStringLiteral("@Variant(") + QString::fromLatin1(data) + QLatin1Char(')'), false);
 }
 
-QSettings::SettingsMap parse(const QByteArray& contents)
+QSettings::SettingsMap parse(const QByteArray& file)
 {
-    const QByteArray file = utf8Text(contents);
     QSettings::SettingsMap map;
     for (const Line& line : splitLines(file)) {
         if (line.kind == Line::Key)
@@ -686,10 +672,8 @@ QSettings::SettingsMap parse(const QByteArray& contents)
     return map;
 }
 
-QByteArray rewrite(const QByteArray& contents, const QSettings::SettingsMap& map)
+QByteArray rewrite(const QByteArray& original, const QSettings::SettingsMap& map)
 {
-    // A UTF-16 file is written back whole in UTF-8: one file never mixes two encodings.
-    const QByteArray original = utf8Text(contents);
     const std::vector<Line> lines = splitLines(original);
     // The line that counts for a key is its last one; earlier ones are shadowed and stay as they are.
     QHash<QString, size_t> last;

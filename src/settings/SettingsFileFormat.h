@@ -21,12 +21,11 @@ QSettings::Format format();
 
 /// The keys a file holds, by full key ("Section/Key" outside the general section). Never fails: lines it
 /// cannot read are left out, and keys after a header it cannot read are ignored. A key given twice reads as
-/// its last value. A file in UTF-16 with its byte-order mark (as some editors save) is read as its text.
+/// its last value.
 QSettings::SettingsMap parse(const QByteArray& file);
 
 /// The file edited so that parse() of the result gives exactly the map: keys whose value is unchanged keep
-/// their lines as they were, other lines that are not keys stay in place. A UTF-16 file comes back whole in
-/// UTF-8.
+/// their lines as they were, other lines that are not keys stay in place.
 QByteArray rewrite(const QByteArray& original, const QSettings::SettingsMap& map);
 
 /// One value as it appears after "key=" (comment and line end removed): texts, "@ByteArray(...)",

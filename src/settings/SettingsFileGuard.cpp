@@ -12,7 +12,13 @@ bool isSafeToRead(const QString& path)
     // A dangling link reads as missing; QSettings then creates the file beside it, never through it.
     if (!info.exists() || info.isDir())
         return true;
-    return info.isFile() && info.size() <= MaxFileBytes;
+    if (!info.isFile() || info.size() > MaxFileBytes)
+        return false;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return true; // unreadable: QSettings reads nothing and writes nothing either
+    const QByteArray mark = file.read(2);
+    return mark != QByteArrayLiteral("\xFF\xFE") && mark != QByteArrayLiteral("\xFE\xFF");
 }
 
 QString setAsideIfUnsafe(const QString& path)
@@ -26,8 +32,8 @@ QString setAsideIfUnsafe(const QString& path)
     // rename() moves the entry itself: a link stays a link to what it named.
     if (!QFile::rename(path, aside))
         return {};
-    qWarning("Brevlin: the settings file %s was not an ordinary file of a sensible size; kept as %s, "
-             "starting from the defaults",
+    qWarning("Brevlin: the settings file %s was not an ordinary settings file (a special file, one of many "
+             "megabytes, or UTF-16); kept as %s, starting from the defaults",
              qPrintable(path), qPrintable(aside));
     return aside;
 }

@@ -4,7 +4,9 @@
 // path: opening a FIFO waits for a writer that never comes, a link to /dev/zero reads without end, and a
 // file of a hundred megabytes keeps the panel blank for seconds at launch and at every save. None of these
 // is a file the application wrote, so such a path is moved aside before anything reads it, and the store
-// goes on from its defaults, as with a missing file. Nothing is deleted or overwritten.
+// goes on from its defaults, as with a missing file. Nothing is deleted or overwritten. A UTF-16 file (as
+// an editor may save it) is moved aside too: it cannot be read as it is, and a save would append UTF-8 to
+// it.
 
 #include <QByteArray>
 #include <QString>
@@ -18,8 +20,10 @@ namespace SettingsFileGuard {
 /// room for ten megabytes of sound names, which load in a few tens of milliseconds.
 inline constexpr qint64 MaxFileBytes = 16 * 1024 * 1024;
 
-/// Whether reading the path can neither block nor take long: nothing there, a folder (which QSettings
-/// refuses at once), or a regular file (directly or through links) of at most MaxFileBytes.
+/// Whether reading the path can neither block nor take long, and a save cannot spoil it: nothing there, a
+/// folder (which QSettings refuses at once), or a regular file (directly or through links) of at most
+/// MaxFileBytes that is not UTF-16 (saved so by an editor: the settings file is UTF-8, and a save would
+/// add UTF-8 lines to it).
 bool isSafeToRead(const QString& path);
 
 /// When the path is not safe to read, renames it (a link itself, never its target) to
