@@ -16,23 +16,28 @@
 # (frames-LABEL-SIZE.tsv: first damage, last damage, lateness, in ms) and closing screenshot.
 #
 #   bench/counting_sizes.sh BUILD_DIR OUT_JSONL [--seconds N] [--display :N] [--brevlin PATH --label NAME]
-#                           [--long] [--from H:M:S]
+#                           [--long] [--from H:M:S] [--signals warnings|flash|plain]
 #
 # --long runs 3840x2160 alone, reported as size "3840x2160-long" and without the drag: for a drift run of
 # many minutes (--seconds 600), whose last pictures are kept: six screenshots half a second apart, so
 # that two builds run side by side have a pair showing the same second.
 # --from starts the countdown at another time than 1:0:0 (an hour's run needs more than an hour).
+# --signals runs 3840x2160 alone like --long, reported as size "3840x2160-NAME", with the panel's signals
+# set in the settings file first: "warnings" turns on the colours near the end with thresholds at 0:0:45
+# and 0:0:15 (both crossed in a last minute, --from 0:1:0); "flash" turns on the flash at zero and the
+# overtime colours with a reminder every 10 s (a minute of overtime, --from 0:0:2); "plain" sets nothing,
+# the same run as it was before these settings existed.
 # --display uses that display number for the private server (default: the first free one);
 # --brevlin measures another build (for example the one before a change) under the subject NAME.
 set -u
 usage() {
-    echo "usage: $0 BUILD_DIR OUT_JSONL [--seconds N] [--display :N] [--brevlin PATH --label NAME] [--long] [--from H:M:S]" >&2
+    echo "usage: $0 BUILD_DIR OUT_JSONL [--seconds N] [--display :N] [--brevlin PATH --label NAME] [--long] [--from H:M:S] [--signals warnings|flash|plain]" >&2
     exit 2
 }
 [ $# -ge 2 ] || usage
 build_dir=$1 out=$2
 shift 2
-seconds=30 display="" brevlin="" label=brevlin long=0 from=1:0:0
+seconds=30 display="" brevlin="" label=brevlin long=0 from=1:0:0 signals=""
 while [ $# -gt 0 ]; do
     case "$1" in
     --seconds) seconds=$2; shift ;;
@@ -41,11 +46,19 @@ while [ $# -gt 0 ]; do
     --label) label=$2; shift ;;
     --long) long=1 ;;
     --from) from=$2; shift ;;
+    --signals) signals=$2; long=1; shift ;;
     *) usage ;;
     esac
     shift
 done
 say() { echo "counting_sizes: $*" >&2; }
+case "$signals" in
+"") ;;
+warnings) signal_settings=$'ChangeColorsNearEnd=true\nWarnAt=0:0:45\nFinalAt=0:0:15' ;;
+flash) signal_settings=$'FlashAtZero=true\nOvertimeColors=true\nRemindEveryInterval=0:0:10' ;;
+plain) signal_settings="" ;;
+*) usage ;;
+esac
 [[ "$from" =~ ^([0-9]+):([0-9]+):([0-9]+)$ ]] || usage
 # What the store keeps of the typed time: two digits a field.
 stored=$(printf '%02d:%02d:%02d' "$((10#${BASH_REMATCH[1]}))" "$((10#${BASH_REMATCH[2]}))" "$((10#${BASH_REMATCH[3]}))")
@@ -105,6 +118,10 @@ run_size() { # width height
     local w=$1 h=$2 home="$root/home-$1x$2"
     mkdir -p "$home/.config" "$home/.local/share" "$home/.cache" "$root/runtime"
     chmod 700 "$root/runtime"
+    if [ -n "$signals" ]; then
+        mkdir -p "$home/.config/Brevlin"
+        printf '[General]\n%s\n' "$signal_settings" >"$home/.config/Brevlin/Brevlin.conf"
+    fi
     env HOME="$home" XDG_CONFIG_HOME="$home/.config" XDG_DATA_HOME="$home/.local/share" \
         XDG_CACHE_HOME="$home/.cache" XDG_RUNTIME_DIR="$root/runtime" "$brevlin" >"$root/brevlin-$w.log" 2>&1 &
     local pid=$!
@@ -145,6 +162,7 @@ run_size() { # width height
     t1=$EPOCHREALTIME c1=$(cpu_ticks "$pid") s1=$(switches "$pid") n1=$(sched_ns "$pid")
     local size="${w}x$h"
     [ "$long" = 1 ] && size="${w}x$h-long"
+    [ -n "$signals" ] && size="${w}x$h-$signals"
     awk -v c="$((c1 - c0))" -v hz="$clock_ticks" -v a="$t0" -v b="$t1" 'BEGIN { printf "%.4f\n", c / hz / (b - a) * 100 }' >"$root/cpu"
     emit cpu_counting_pct "$(cat "$root/cpu")" % \
         "$((c1 - c0)) ticks of 1/$clock_ticks s in ${seconds} s of counting at $size (utime+stime); scheduler time $(awk -v n="$((n1 - n0))" -v a="$t0" -v b="$t1" 'BEGIN { printf "%.1f ms = %.4f %%", n / 1e6, n / 1e9 / (b - a) * 100 }'); load $(cut -d' ' -f1-3 /proc/loadavg)" "$size"

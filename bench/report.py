@@ -115,6 +115,17 @@ def main():
         line("Frame drift at the X server over the long run (ms)", [long_drift, None, None, None], "within ±2",
              abs(long_drift) <= 2, 3)
 
+    # The signals near and past the end at 4K, beside the same minute without them.
+    for signals, what in (("plain", "last minute, no signals"), ("warnings", "last minute crossing both warnings"),
+                          ("flash", "minute of overtime, flash and overtime colours")):
+        cpu = find(rows, "cpu_counting_pct", size=f"3840x2160-{signals}")
+        if cpu is not None:
+            line(f"CPU at 3840x2160, {what} (% of one core)", [cpu, None, None, None], "< 0.2", cpu < 0.2, 3)
+        # A flash adds frames between the seconds, which the frame grid cannot tell from late ticks.
+        jitter = find(rows, "tick_server_jitter_ms", size=f"3840x2160-{signals}")
+        if jitter is not None and signals != "flash":
+            line(f"Frame jitter at 3840x2160, {what} (ms)", [jitter, None, None, None], "≤ 2", jitter <= 2, 3)
+
     # Typing into a field that holds a long text.
     typing = [(r["length"], r["value"]) for r in rows if r["metric"] == "typing_key_us"]
     if typing:

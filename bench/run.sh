@@ -61,4 +61,12 @@ wait "${busy[@]}" 2>/dev/null || true
 echo "uptime before the panel sizes: $(uptime)" >&2
 "$here/counting_sizes.sh" "$build" "$results" --seconds "$size_seconds" "${display[@]}"
 
+# What the signals near and past the end cost at 4K: a last minute crossing both warning thresholds,
+# and a minute of overtime flashing at zero and at each reminder, beside the same minute without them.
+signal_seconds=60
+[ "$size_seconds" -lt 30 ] && signal_seconds=$size_seconds
+"$here/counting_sizes.sh" "$build" "$results" --seconds "$signal_seconds" --from 0:1:0 --signals plain "${display[@]}"
+"$here/counting_sizes.sh" "$build" "$results" --seconds "$signal_seconds" --from 0:1:0 --signals warnings "${display[@]}"
+"$here/counting_sizes.sh" "$build" "$results" --seconds "$signal_seconds" --from 0:0:2 --signals flash "${display[@]}"
+
 python3 "$here/report.py" "$results" | tee "$build/bench-report.md"

@@ -8,7 +8,7 @@
 # clicks and types with xdotool and writes the PNGs into OUTDIR (docs/images unless given):
 #
 #   panel-idle.png  panel-menu.png  panel-running.png  panel-overtime.png  over-slide-show.png
-#   preferences.png  about.png
+#   preferences.png  about.png  panel-signals.png
 #
 # The slide show is evince in presentation mode on a PDF of scripts/stage/deck.fodp (made with soffice,
 # both installed by `make stage`); without them, fake_slideshow from the binary's build tree stands in.
@@ -175,3 +175,35 @@ choose_from_menu 4
 about=$(xdotool search --sync --onlyvisible --name '^About Brevlin$' | head -n1)
 sleep 1
 shot about.png "$(around "$about")"
+wmctrl -i -c "$about"
+sleep 0.3
+
+# The colours near and past the end: switched on in the settings file before a second launch, then a
+# seven-second countdown caught in its warning, final and overtime colours, side by side.
+xdotool key --window "$panel" ctrl+q 2>/dev/null || true
+kill "${pids[-1]}" 2>/dev/null || true
+sleep 1
+cat >>"$XDG_CONFIG_HOME/Brevlin/Brevlin.conf" <<'CONF'
+ChangeColorsNearEnd=true
+WarnAt=0:0:05
+FinalAt=0:0:03
+OvertimeColors=true
+CONF
+"$app" >"$work/app2.log" 2>&1 &
+pids+=($!)
+panel=$(xdotool search --sync --onlyvisible --class brevlin | head -n1)
+sleep 1.5
+xdotool mousemove --window "$panel" 110 60 click 1
+sleep 0.3
+xdotool key ctrl+a type 0:0:7
+xdotool key Return
+sleep 2.5
+shot signal-warning.png "$(around "$panel")" >/dev/null
+sleep 3
+shot signal-final.png "$(around "$panel")" >/dev/null
+sleep 3.5
+shot signal-overtime.png "$(around "$panel")" >/dev/null
+convert "$out/signal-warning.png" "$out/signal-final.png" "$out/signal-overtime.png" +append -strip \
+    -define png:compression-level=9 "$out/panel-signals.png"
+rm -f "$out/signal-warning.png" "$out/signal-final.png" "$out/signal-overtime.png"
+echo "$out/panel-signals.png"

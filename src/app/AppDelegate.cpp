@@ -10,6 +10,7 @@
 #include "NotificationCenter.h"
 #include "PanelColors.h"
 #include "PanelLayout.h"
+#include "PanelSignals.h"
 #include "Playable.h"
 #include "PreferenceController.h"
 #include "PreferenceKeys.h"
@@ -61,6 +62,10 @@ AppDelegate::AppDelegate(QObject* parent)
     // do not drift over a long talk.
     m_countdownTimer.setTimerType(Qt::PreciseTimer);
     connect(&m_countdownTimer, &QTimer::timeout, this, &AppDelegate::tick);
+
+    m_flashTimer.setInterval(PanelSignals::flashChangeMs);
+    m_flashTimer.setTimerType(Qt::PreciseTimer);
+    connect(&m_flashTimer, &QTimer::timeout, this, &AppDelegate::flashStep);
 }
 
 AppDelegate::~AppDelegate()
@@ -101,8 +106,7 @@ void AppDelegate::applicationDidFinishLaunching()
     pauseResetButton()->setEnabled(false);
     // The time field's commands reach controlTextViewDoCommandBySelector through the event filter
     // installed when the interface was loaded.
-    handleTextColorChange();
-    handleBgColorChange();
+    applyPanelColors();
     // Copying and decoding the sounds waits for the panel's first frame, so the timer shows as early as
     // it would without them. A countdown that reaches zero before then plays them when they are there.
     m_endSoundLoad.awaitingLaunch = true;
@@ -186,6 +190,7 @@ void AppDelegate::readPrefs()
     m_timerData->setPlayReminderSound(PreferenceController::preferencePlayReminderSound());
     m_timerData->setRemindEveryInterval(PreferenceController::preferenceRemindEveryInterval());
     m_timerData->setReminderSoundName(PreferenceController::preferenceReminderSoundName());
+    m_signalSettings = PreferenceController::preferenceSignalSettings();
 }
 
 void AppDelegate::updateUI()
@@ -237,9 +242,12 @@ void AppDelegate::windowDidBecomeKey()
 
 void AppDelegate::tick()
 {
+    const qint32 countBefore = m_countdown.remainingSeconds();
     const Countdown::Step step = m_countdown.tick(*m_timerData);
     if (step.playEndSound)
         playSound(m_endSound, m_endSoundLoad);
+    startFlash(PanelSignals::flashChangesAtTick(countBefore, m_countdown.remainingSeconds(), m_signalSettings,
+                                                m_timerData->remindEveryIntervalSeconds()));
     if (step.stopTimer) {
         m_countdownTimer.stop();
         return;
@@ -248,6 +256,8 @@ void AppDelegate::tick()
         playSound(m_reminderSound, m_reminderSoundLoad);
     input()->setText(step.text);
     sizeToFit(input());
+    // In the same turn as the new text, so a threshold's colours arrive with the second that reaches it.
+    applyPanelColors();
     if (step.relayout)
         updateUI();
 }
@@ -276,6 +286,8 @@ void AppDelegate::startTimer()
     sizeToFit(input());
     endEditing();
     m_isPaused = false;
+    stopFlash();
+    applyPanelColors();
     updateUI();
 }
 
@@ -283,32 +295,88 @@ void AppDelegate::onPauseResetClick()
 {
     m_countdownTimer.stop();
     m_isPaused = true;
+    // An idle panel shows the presenter's own colours and never flashes.
+    stopFlash();
+    applyPanelColors();
     updateUI();
 }
 
 void AppDelegate::handleTextColorChange()
 {
-    QLineEdit* field = input();
-    QPalette palette = field->palette();
-    // The caret is drawn in the text colour, so this one role colours both. Damaged data gives no colour;
-    // the field then keeps the platform's own. Whatever the file says, the time stays readable.
-    const QColor text = PanelColors::visibleTextColor(
-        unarchiveObjectWithData(PreferenceController::preferenceTextColor()),
-        unarchiveObjectWithData(PreferenceController::preferenceBgColor()), QPalette().color(QPalette::Text));
-    palette.setColor(QPalette::Text, text);
-    // The hint of an empty field, in the same colour half faded, so it reads on any background.
-    QColor hint = text;
-    hint.setAlphaF(text.alphaF() / 2);
-    palette.setColor(QPalette::PlaceholderText, hint);
-    palette.setColor(QPalette::Base, Qt::transparent);
-    field->setPalette(palette);
+    applyPanelColors();
 }
 
 void AppDelegate::handleBgColorChange()
 {
-    m_panel->setBackgroundColor(unarchiveObjectWithData(PreferenceController::preferenceBgColor()));
     // Text of the new background's colour would vanish; the text colour's rule looks at both.
-    handleTextColorChange();
+    applyPanelColors();
+}
+
+void AppDelegate::handleSignalSettingsChange()
+{
+    m_signalSettings = PreferenceController::preferenceSignalSettings();
+    if (!m_signalSettings.flashAtZero)
+        stopFlash();
+    applyPanelColors();
+}
+
+void AppDelegate::applyPanelColors()
+{
+    const PanelSignals::ColorPair stored{unarchiveObjectWithData(PreferenceController::preferenceTextColor()),
+                                         unarchiveObjectWithData(PreferenceController::preferenceBgColor())};
+    PanelSignals::ColorPair shown = stored;
+    if (!m_isPaused) {
+        shown =
+            PanelSignals::colorsFor(PanelSignals::lookFor(m_countdown.remainingSeconds(), m_signalSettings),
+                                    m_signalSettings, stored);
+    }
+    // Damaged data gives no colour; the panel and the field then keep the platform's own. Whatever the
+    // file says, the time stays readable.
+    if (!shown.background.isValid())
+        shown.background = QPalette().color(QPalette::Window);
+    shown.text =
+        PanelColors::visibleTextColor(shown.text, shown.background, QPalette().color(QPalette::Text));
+    if (m_flashSwapped)
+        shown = PanelSignals::swapped(shown);
+
+    if (m_panel->backgroundColor() != shown.background)
+        m_panel->setBackgroundColor(shown.background);
+    QLineEdit* field = input();
+    QPalette palette = field->palette();
+    // The caret is drawn in the text colour, so this one role colours both.
+    palette.setColor(QPalette::Text, shown.text);
+    // The hint of an empty field, in the same colour half faded, so it reads on any background.
+    QColor hint = shown.text;
+    hint.setAlphaF(shown.text.alphaF() / 2);
+    palette.setColor(QPalette::PlaceholderText, hint);
+    palette.setColor(QPalette::Base, Qt::transparent);
+    if (palette != field->palette())
+        field->setPalette(palette);
+}
+
+void AppDelegate::startFlash(int changes)
+{
+    if (changes <= 0 || m_flashChangesLeft > 0)
+        return;
+    m_flashChangesLeft = changes;
+    flashStep();
+    if (m_flashChangesLeft > 0)
+        m_flashTimer.start();
+}
+
+void AppDelegate::stopFlash()
+{
+    m_flashTimer.stop();
+    m_flashChangesLeft = 0;
+    m_flashSwapped = false;
+}
+
+void AppDelegate::flashStep()
+{
+    m_flashSwapped = !m_flashSwapped;
+    if (--m_flashChangesLeft <= 0)
+        stopFlash();
+    applyPanelColors();
 }
 
 void AppDelegate::handleDropShadowChange()
@@ -356,7 +424,10 @@ void AppDelegate::preferenceClick()
     if (const QScreen* screen = m_panel->screen()) {
         QWidget* window = m_prefsWindowController->prefsWindow();
         const QRect area = screen->availableGeometry();
-        window->move(area.center() - QPoint(window->width() / 2, window->height() / 2));
+        m_prefsWindowController->fitInto(area);
+        const QPoint centred = area.center() - QPoint(window->width() / 2, window->height() / 2);
+        // Never above the screen's top, where its title bar could not be grabbed.
+        window->move(qMax(area.left(), centred.x()), qMax(area.top(), centred.y()));
     }
     m_prefsWindowController->showWindow();
 
@@ -377,6 +448,17 @@ void AppDelegate::preferenceClick()
         {NotificationNames::PlayReminderSoundChanged, &AppDelegate::handlePlayReminderSoundChange},
         {NotificationNames::RemindEveryIntervalChanged, &AppDelegate::handleRemindEveryIntervalChange},
         {NotificationNames::ReminderSoundSelectionChanged, &AppDelegate::handleReminderSoundSelectionChange},
+        {NotificationNames::ChangeColorsNearEndChanged, &AppDelegate::handleSignalSettingsChange},
+        {NotificationNames::WarnAtChanged, &AppDelegate::handleSignalSettingsChange},
+        {NotificationNames::FinalAtChanged, &AppDelegate::handleSignalSettingsChange},
+        {NotificationNames::WarnTextColorChanged, &AppDelegate::handleSignalSettingsChange},
+        {NotificationNames::WarnBgColorChanged, &AppDelegate::handleSignalSettingsChange},
+        {NotificationNames::FinalTextColorChanged, &AppDelegate::handleSignalSettingsChange},
+        {NotificationNames::FinalBgColorChanged, &AppDelegate::handleSignalSettingsChange},
+        {NotificationNames::OvertimeColorsChanged, &AppDelegate::handleSignalSettingsChange},
+        {NotificationNames::OvertimeTextColorChanged, &AppDelegate::handleSignalSettingsChange},
+        {NotificationNames::OvertimeBgColorChanged, &AppDelegate::handleSignalSettingsChange},
+        {NotificationNames::FlashAtZeroChanged, &AppDelegate::handleSignalSettingsChange},
     };
     for (const auto& [name, observer] : observers) {
         NotificationCenter::defaultCenter().addObserver(

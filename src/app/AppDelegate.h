@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Countdown.h"
+#include "SignalSettings.h"
 #include "SoundLoader.h"
 
 #include <QObject>
@@ -71,6 +72,9 @@ public:
     const Countdown& countdown() const { return m_countdown; }
     bool isPaused() const { return m_isPaused; }
     const QTimer& countdownTimer() const { return m_countdownTimer; }
+    /// Whether a flash is under way and its colours are swapped right now.
+    bool isFlashing() const { return m_flashChangesLeft > 0; }
+    bool isFlashSwapped() const { return m_flashSwapped; }
 
     // The two loaded sounds the countdown plays; either may be empty. A handle keeps its sound while a
     // new file is decoded for it; setting one abandons that decode.
@@ -104,6 +108,9 @@ public slots:
     void handleContinueCountdownChange();
     void handleRemindEveryIntervalChange();
     void handlePlayReminderSoundChange();
+    /// Any of the panel's signals near and past the end: colours and flash apply at once, to a running
+    /// countdown too.
+    void handleSignalSettingsChange();
     void quit();
     /// Opens a new about window. A window of an earlier opening that is still open stays open.
     void aboutClicked();
@@ -119,6 +126,13 @@ private:
     bool isClickIntoIdleTime() const;
     void endEditing();
     void completeContextMenu();
+    /// Puts the colours the panel shows now on it: the stored pair while idle, the pair of the time left
+    /// while counting, swapped during a flash. Sets only what changed.
+    void applyPanelColors();
+    /// Starts a flash of that many colour swaps, unless one is under way.
+    void startFlash(int changes);
+    void stopFlash();
+    void flashStep();
 
     // A file being decoded off the main thread for one of the two handles.
     struct SoundLoad
@@ -143,6 +157,10 @@ private:
     Countdown m_countdown;
     bool m_isPaused = true;
     QTimer m_countdownTimer;
+    SignalSettings m_signalSettings;
+    QTimer m_flashTimer;
+    int m_flashChangesLeft = 0;
+    bool m_flashSwapped = false;
     std::shared_ptr<Playable> m_endSound;
     std::shared_ptr<Playable> m_reminderSound;
     SoundLoad m_endSoundLoad;

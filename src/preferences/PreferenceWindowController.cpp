@@ -21,13 +21,18 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFontMetrics>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QKeySequence>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QSignalBlocker>
 #include <QStandardPaths>
+#include <QStyle>
 #include <QToolButton>
 
 #include <optional>
@@ -40,7 +45,8 @@ PreferenceWindowController::SharedValues& shared()
     return values;
 }
 
-// A small window of fixed size: a title and a close button, nothing to maximise.
+// A small window: a title and a close button, nothing to maximise. Its size follows its contents and the
+// screen (fitInto).
 constexpr Qt::WindowFlags windowFlags = Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                                         Qt::WindowCloseButtonHint | Qt::WindowStaysOnTopHint;
 
@@ -153,6 +159,8 @@ PreferenceWindowController::PreferenceWindowController(QObject* parent)
     m_timerData->setPlayReminderSound(PreferenceController::preferencePlayReminderSound());
     m_timerData->setRemindEveryInterval(PreferenceController::preferenceRemindEveryInterval());
 
+    m_openingSignals = PreferenceController::preferenceSignalSettings();
+
     m_ui->setupUi(m_prefsWindow.get());
     windowDidLoad();
 }
@@ -179,11 +187,14 @@ void PreferenceWindowController::windowDidLoad()
     tfRemindEveryS()->setText(QString::number(m_timerData->remindEveryS()));
     m_ui->stepperRemindEveryH->setValue(m_timerData->remindEveryH());
     m_ui->returnFocusCheckbox->setChecked(PreferenceController::preferenceReturnFocusToPreviousWindow());
+    showSignalSettings(m_openingSignals);
 
     // Wide enough for a few digits in any font; the fields take any text, so there is no fixed limit.
     const QFontMetrics metrics = tfRemindEveryH()->fontMetrics();
     for (QLineEdit* field : {tfRemindEveryH(), tfRemindEveryM(), tfRemindEveryS()})
         field->setFixedWidth(metrics.horizontalAdvance(QStringLiteral("0000")) + metrics.height());
+    for (QLineEdit* field : {m_ui->warnAtField, m_ui->finalAtField})
+        field->setFixedWidth(metrics.horizontalAdvance(QStringLiteral("00:00:00")) + metrics.height());
     m_ui->stepperRemindEveryH->upButton()->setAccessibleName(tr("One hour more"));
     m_ui->stepperRemindEveryH->downButton()->setAccessibleName(tr("One hour less"));
 
@@ -196,6 +207,35 @@ void PreferenceWindowController::windowDidLoad()
     moreSoundsButton()->setPalette(linkPalette);
 
     connectControls();
+    if (const QScreen* screen = QGuiApplication::primaryScreen())
+        fitInto(screen->availableGeometry());
+}
+
+void PreferenceWindowController::fitInto(const QRect& area)
+{
+    QWidget* window = m_prefsWindow.get();
+    QWidget* contents = m_ui->contents;
+    contents->adjustSize();
+    const QSize wanted = contents->sizeHint();
+    // The window manager's title bar and borders lie outside the window; the font tells their size
+    // better than any constant at every scale.
+    const int frame = 3 * window->fontMetrics().height();
+    // Too narrow an area scrolls sideways too, the scroll bar then taking some of the height.
+    const int scrollBarSize = scrollArea()->style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+    const bool narrow = wanted.width() > area.width();
+    const int height = qMax(1, qMin(wanted.height() + (narrow ? scrollBarSize : 0), area.height() - frame));
+    const bool tall = height < wanted.height() + (narrow ? scrollBarSize : 0);
+    const int width = qMax(1, qMin(wanted.width() + (tall ? scrollBarSize : 0), area.width()));
+    window->setFixedWidth(width);
+    window->setMaximumHeight(qMax(height, wanted.height() + (narrow ? scrollBarSize : 0)));
+    // Where it all fits, of fixed size as before; otherwise the presenter may make it shorter still.
+    window->setMinimumHeight(tall ? qMin(height, window->fontMetrics().height() * 10) : height);
+    window->resize(width, height);
+}
+
+QScrollArea* PreferenceWindowController::scrollArea() const
+{
+    return m_ui->scrollArea;
 }
 
 void PreferenceWindowController::connectControls()
@@ -255,6 +295,7 @@ void PreferenceWindowController::connectControls()
     });
 
     connect(ui.resetButton, &QPushButton::clicked, this, &PreferenceWindowController::resetClick);
+    connectSignalControls();
 
     connect(ui.previewSoundButton, &QPushButton::clicked, this,
             &PreferenceWindowController::previewSoundClicked);
@@ -275,6 +316,50 @@ void PreferenceWindowController::connectControls()
     // Escape as a key the window itself receives, not as a shortcut: a shortcut would also fire for the
     // Escape that closes an open drop-down list, and the next Escape would then reach the slide show.
     m_prefsWindow->installEventFilter(new EscapeCloses(m_prefsWindow.get()));
+}
+
+void PreferenceWindowController::connectSignalControls()
+{
+    Ui::PreferenceWindowController& ui = *m_ui;
+    connect(ui.changeColorsCheckbox, &QCheckBox::clicked, this, [this] {
+        PreferenceController::setPreferenceChangeColorsNearEnd(isOn(m_ui->changeColorsCheckbox));
+    });
+    connect(ui.overtimeColorsCheckbox, &QCheckBox::clicked, this, [this] {
+        PreferenceController::setPreferenceOvertimeColors(isOn(m_ui->overtimeColorsCheckbox));
+    });
+    connect(ui.flashCheckbox, &QCheckBox::clicked, this,
+            [this] { PreferenceController::setPreferenceFlashAtZero(isOn(m_ui->flashCheckbox)); });
+    // Stored as typed at every edit, like the reminder interval; the panel reads a text that is not a
+    // time as a threshold never reached.
+    connect(ui.warnAtField, &QLineEdit::textEdited, this,
+            [](const QString& text) { PreferenceController::setPreferenceWarnAt(text); });
+    connect(ui.finalAtField, &QLineEdit::textEdited, this,
+            [](const QString& text) { PreferenceController::setPreferenceFinalAt(text); });
+    const std::pair<ColorWell*, void (*)(const QColor&)> wells[] = {
+        {ui.warnTextColorWell, &PreferenceController::setPreferenceWarnTextColor},
+        {ui.warnBgColorWell, &PreferenceController::setPreferenceWarnBgColor},
+        {ui.finalTextColorWell, &PreferenceController::setPreferenceFinalTextColor},
+        {ui.finalBgColorWell, &PreferenceController::setPreferenceFinalBgColor},
+        {ui.overtimeTextColorWell, &PreferenceController::setPreferenceOvertimeTextColor},
+        {ui.overtimeBgColorWell, &PreferenceController::setPreferenceOvertimeBgColor},
+    };
+    for (const auto& [well, store] : wells)
+        connect(well, &ColorWell::colorChosen, this, [well = well, store = store] { store(well->color()); });
+}
+
+void PreferenceWindowController::showSignalSettings(const SignalSettings& settings)
+{
+    m_ui->changeColorsCheckbox->setChecked(settings.changeColorsNearEnd);
+    m_ui->warnAtField->setText(settings.warnAt);
+    m_ui->finalAtField->setText(settings.finalAt);
+    m_ui->warnTextColorWell->setColor(settings.warnTextColor);
+    m_ui->warnBgColorWell->setColor(settings.warnBgColor);
+    m_ui->finalTextColorWell->setColor(settings.finalTextColor);
+    m_ui->finalBgColorWell->setColor(settings.finalBgColor);
+    m_ui->overtimeColorsCheckbox->setChecked(settings.overtimeColors);
+    m_ui->overtimeTextColorWell->setColor(settings.overtimeTextColor);
+    m_ui->overtimeBgColorWell->setColor(settings.overtimeBgColor);
+    m_ui->flashCheckbox->setChecked(settings.flashAtZero);
 }
 
 void PreferenceWindowController::showWindow()
@@ -432,6 +517,33 @@ void PreferenceWindowController::resetClick()
     PreferenceController::setPreferenceTextColor(values.openingTextColorData);
     PreferenceController::setPreferenceBgColor(values.openingBgColorData);
     PreferenceController::setPreferenceDropShadow(values.openingDropShadow);
+
+    // Only what changed since the opening: a window whose signals were not touched resets as it always did.
+    const SignalSettings now = PreferenceController::preferenceSignalSettings();
+    const SignalSettings& opening = m_openingSignals;
+    showSignalSettings(opening);
+    if (now.changeColorsNearEnd != opening.changeColorsNearEnd)
+        PreferenceController::setPreferenceChangeColorsNearEnd(opening.changeColorsNearEnd);
+    if (now.warnAt != opening.warnAt)
+        PreferenceController::setPreferenceWarnAt(opening.warnAt);
+    if (now.finalAt != opening.finalAt)
+        PreferenceController::setPreferenceFinalAt(opening.finalAt);
+    if (now.warnTextColor != opening.warnTextColor)
+        PreferenceController::setPreferenceWarnTextColor(opening.warnTextColor);
+    if (now.warnBgColor != opening.warnBgColor)
+        PreferenceController::setPreferenceWarnBgColor(opening.warnBgColor);
+    if (now.finalTextColor != opening.finalTextColor)
+        PreferenceController::setPreferenceFinalTextColor(opening.finalTextColor);
+    if (now.finalBgColor != opening.finalBgColor)
+        PreferenceController::setPreferenceFinalBgColor(opening.finalBgColor);
+    if (now.overtimeColors != opening.overtimeColors)
+        PreferenceController::setPreferenceOvertimeColors(opening.overtimeColors);
+    if (now.overtimeTextColor != opening.overtimeTextColor)
+        PreferenceController::setPreferenceOvertimeTextColor(opening.overtimeTextColor);
+    if (now.overtimeBgColor != opening.overtimeBgColor)
+        PreferenceController::setPreferenceOvertimeBgColor(opening.overtimeBgColor);
+    if (now.flashAtZero != opening.flashAtZero)
+        PreferenceController::setPreferenceFlashAtZero(opening.flashAtZero);
 }
 
 void PreferenceWindowController::returnFocusToPreviousWindowClick(QCheckBox* sender)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "SignalSettings.h"
+
 #include <QByteArray>
 #include <QColor>
 #include <QObject>
@@ -14,6 +16,8 @@ class QFileDialog;
 class QLineEdit;
 class QMessageBox;
 class QPushButton;
+class QRect;
+class QScrollArea;
 class QWidget;
 class Stepper;
 
@@ -60,6 +64,12 @@ public:
     void showWindow();
 
     QWidget* prefsWindow() const { return m_prefsWindow.get(); }
+    /// Sizes the window to show all its sections where the area (a screen's available part) has room for
+    /// it, title bar included; otherwise as tall as the area allows, the sections scrolling. The window
+    /// is never wider than the area. Done at loading for the main screen.
+    void fitInto(const QRect& area);
+    /// What holds the window's sections and scrolls them where the screen is too small.
+    QScrollArea* scrollArea() const;
     ColorWell* textColorWell() const;
     ColorWell* bgColorWell() const;
     QCheckBox* dropShadowCheckbox() const;
@@ -109,7 +119,8 @@ public slots:
     /// Both deliberately do nothing: the interval is stored only when a field's text is edited.
     void tfRemindEveryHChange();
     void stepperRemindEveryHChange();
-    /// Back to the colours and shadow of this window's opening; sound and reminder settings stay.
+    /// Back to the colours and shadow of this window's opening, and to the signals near and past the end
+    /// as they were then (only those changed since are written again); sound and reminder settings stay.
     void resetClick();
     /// Stored at once like the others; it posts nothing, the panel reads it at every hand-back.
     void returnFocusToPreviousWindowClick(QCheckBox* sender);
@@ -141,6 +152,9 @@ private:
 
     void windowDidLoad();
     void connectControls();
+    void connectSignalControls();
+    /// Shows the signals near and past the end as the store holds them.
+    void showSignalSettings(const SignalSettings& settings);
     void openPanelDidEnd(QFileDialog* panel, int result);
     /// Lists a sound just copied into the folder last and makes it the end sound.
     void addCopiedSound(const QString& name);
@@ -153,4 +167,6 @@ private:
     std::unique_ptr<Ui::PreferenceWindowController> m_ui;
     std::unique_ptr<QWidget> m_prefsWindow;
     int m_copiesInProgress = 0;
+    /// The signals near and past the end at this window's opening, for the reset.
+    SignalSettings m_openingSignals;
 };

@@ -3,6 +3,7 @@
 #include "Brevlin.h"
 #include "ColorArchive.h"
 #include "PreferenceKeys.h"
+#include "SignalSettings.h"
 
 QVariantMap registrationDefaults(const Brevlin& settings)
 {
@@ -25,5 +26,20 @@ QVariantMap registrationDefaults(const Brevlin& settings)
     // Not a setting of the timer itself but of how the panel gives the keyboard back: on unless turned off.
     defaults.insert(PreferenceKeys::ReturnFocusToPreviousWindow, true);
     defaults.insert(PreferenceKeys::PanelFrame, QStringLiteral(""));
+    const SignalSettings signalSettings;
+    defaults.insert(PreferenceKeys::ChangeColorsNearEnd, signalSettings.changeColorsNearEnd);
+    defaults.insert(PreferenceKeys::WarnAt, signalSettings.warnAt);
+    defaults.insert(PreferenceKeys::FinalAt, signalSettings.finalAt);
+    defaults.insert(PreferenceKeys::WarnTextColor, archivedDataWithRootObject(signalSettings.warnTextColor));
+    defaults.insert(PreferenceKeys::WarnBgColor, archivedDataWithRootObject(signalSettings.warnBgColor));
+    defaults.insert(PreferenceKeys::FinalTextColor,
+                    archivedDataWithRootObject(signalSettings.finalTextColor));
+    defaults.insert(PreferenceKeys::FinalBgColor, archivedDataWithRootObject(signalSettings.finalBgColor));
+    defaults.insert(PreferenceKeys::OvertimeColors, signalSettings.overtimeColors);
+    defaults.insert(PreferenceKeys::OvertimeTextColor,
+                    archivedDataWithRootObject(signalSettings.overtimeTextColor));
+    defaults.insert(PreferenceKeys::OvertimeBgColor,
+                    archivedDataWithRootObject(signalSettings.overtimeBgColor));
+    defaults.insert(PreferenceKeys::FlashAtZero, signalSettings.flashAtZero);
     return defaults;
 }

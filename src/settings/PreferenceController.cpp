@@ -1,7 +1,9 @@
 #include "PreferenceController.h"
 
+#include "ColorArchive.h"
 #include "NotificationCenter.h"
 #include "PreferenceKeys.h"
+#include "SignalSettings.h"
 #include "TextValues.h"
 #include "UserDefaults.h"
 
@@ -61,6 +63,32 @@ QString soundNameAt(qint64 storedIndex)
     const qsizetype end = list.indexOf(SoundListSeparator, start);
     const QString name = list.mid(start, end < 0 ? -1 : end - start);
     return name.isNull() ? QStringLiteral("") : name;
+}
+
+// A colour of the panel's signals; damaged data reads as the built-in colour, never as no colour.
+QColor signalColor(const QString& key, const QColor& builtIn)
+{
+    const QColor color = unarchiveObjectWithData(defaults().dataForKey(key));
+    return color.isValid() ? color : builtIn;
+}
+
+void setSignalColor(const QString& key, const QColor& color, const QString& notification)
+{
+    defaults().setObject(archivedDataWithRootObject(color), key);
+    post(notification);
+}
+
+// A threshold is kept as typed, like the reminder interval; null removes it, so the built-in one is read.
+void setText(const QString& key, const QString& value, const QString& notification)
+{
+    defaults().setObject(value, key);
+    post(notification);
+}
+
+void setSwitch(const QString& key, bool value, const QString& notification)
+{
+    defaults().setBool(value, key);
+    post(notification);
 }
 
 } // namespace
@@ -225,4 +253,131 @@ QString PreferenceController::preferencePanelFrame()
 void PreferenceController::setPreferencePanelFrame(const QString& value)
 {
     defaults().setObject(value, PreferenceKeys::PanelFrame);
+}
+
+bool PreferenceController::preferenceChangeColorsNearEnd()
+{
+    return defaults().boolForKey(PreferenceKeys::ChangeColorsNearEnd);
+}
+
+void PreferenceController::setPreferenceChangeColorsNearEnd(bool value)
+{
+    setSwitch(PreferenceKeys::ChangeColorsNearEnd, value, NotificationNames::ChangeColorsNearEndChanged);
+}
+
+QString PreferenceController::preferenceWarnAt()
+{
+    return defaults().stringForKey(PreferenceKeys::WarnAt);
+}
+
+void PreferenceController::setPreferenceWarnAt(const QString& value)
+{
+    setText(PreferenceKeys::WarnAt, value, NotificationNames::WarnAtChanged);
+}
+
+QString PreferenceController::preferenceFinalAt()
+{
+    return defaults().stringForKey(PreferenceKeys::FinalAt);
+}
+
+void PreferenceController::setPreferenceFinalAt(const QString& value)
+{
+    setText(PreferenceKeys::FinalAt, value, NotificationNames::FinalAtChanged);
+}
+
+QColor PreferenceController::preferenceWarnTextColor()
+{
+    return signalColor(PreferenceKeys::WarnTextColor, SignalSettings().warnTextColor);
+}
+
+void PreferenceController::setPreferenceWarnTextColor(const QColor& color)
+{
+    setSignalColor(PreferenceKeys::WarnTextColor, color, NotificationNames::WarnTextColorChanged);
+}
+
+QColor PreferenceController::preferenceWarnBgColor()
+{
+    return signalColor(PreferenceKeys::WarnBgColor, SignalSettings().warnBgColor);
+}
+
+void PreferenceController::setPreferenceWarnBgColor(const QColor& color)
+{
+    setSignalColor(PreferenceKeys::WarnBgColor, color, NotificationNames::WarnBgColorChanged);
+}
+
+QColor PreferenceController::preferenceFinalTextColor()
+{
+    return signalColor(PreferenceKeys::FinalTextColor, SignalSettings().finalTextColor);
+}
+
+void PreferenceController::setPreferenceFinalTextColor(const QColor& color)
+{
+    setSignalColor(PreferenceKeys::FinalTextColor, color, NotificationNames::FinalTextColorChanged);
+}
+
+QColor PreferenceController::preferenceFinalBgColor()
+{
+    return signalColor(PreferenceKeys::FinalBgColor, SignalSettings().finalBgColor);
+}
+
+void PreferenceController::setPreferenceFinalBgColor(const QColor& color)
+{
+    setSignalColor(PreferenceKeys::FinalBgColor, color, NotificationNames::FinalBgColorChanged);
+}
+
+bool PreferenceController::preferenceOvertimeColors()
+{
+    return defaults().boolForKey(PreferenceKeys::OvertimeColors);
+}
+
+void PreferenceController::setPreferenceOvertimeColors(bool value)
+{
+    setSwitch(PreferenceKeys::OvertimeColors, value, NotificationNames::OvertimeColorsChanged);
+}
+
+QColor PreferenceController::preferenceOvertimeTextColor()
+{
+    return signalColor(PreferenceKeys::OvertimeTextColor, SignalSettings().overtimeTextColor);
+}
+
+void PreferenceController::setPreferenceOvertimeTextColor(const QColor& color)
+{
+    setSignalColor(PreferenceKeys::OvertimeTextColor, color, NotificationNames::OvertimeTextColorChanged);
+}
+
+QColor PreferenceController::preferenceOvertimeBgColor()
+{
+    return signalColor(PreferenceKeys::OvertimeBgColor, SignalSettings().overtimeBgColor);
+}
+
+void PreferenceController::setPreferenceOvertimeBgColor(const QColor& color)
+{
+    setSignalColor(PreferenceKeys::OvertimeBgColor, color, NotificationNames::OvertimeBgColorChanged);
+}
+
+bool PreferenceController::preferenceFlashAtZero()
+{
+    return defaults().boolForKey(PreferenceKeys::FlashAtZero);
+}
+
+void PreferenceController::setPreferenceFlashAtZero(bool value)
+{
+    setSwitch(PreferenceKeys::FlashAtZero, value, NotificationNames::FlashAtZeroChanged);
+}
+
+SignalSettings PreferenceController::preferenceSignalSettings()
+{
+    SignalSettings settings;
+    settings.changeColorsNearEnd = preferenceChangeColorsNearEnd();
+    settings.warnAt = preferenceWarnAt();
+    settings.finalAt = preferenceFinalAt();
+    settings.warnTextColor = preferenceWarnTextColor();
+    settings.warnBgColor = preferenceWarnBgColor();
+    settings.finalTextColor = preferenceFinalTextColor();
+    settings.finalBgColor = preferenceFinalBgColor();
+    settings.overtimeColors = preferenceOvertimeColors();
+    settings.overtimeTextColor = preferenceOvertimeTextColor();
+    settings.overtimeBgColor = preferenceOvertimeBgColor();
+    settings.flashAtZero = preferenceFlashAtZero();
+    return settings;
 }

@@ -25,6 +25,19 @@ inline const QString ReturnFocusToPreviousWindow = QStringLiteral("ReturnFocusTo
 /// The panel's place when it was last moved or resized: "x,y,width,height;screen name", empty for the
 /// first place (top right of the main screen).
 inline const QString PanelFrame = QStringLiteral("PanelFrame");
+// The panel's signals near and past the end (SignalSettings): switches, thresholds as typed, colours
+// archived as the text colour is.
+inline const QString ChangeColorsNearEnd = QStringLiteral("ChangeColorsNearEnd");
+inline const QString WarnAt = QStringLiteral("WarnAt");
+inline const QString FinalAt = QStringLiteral("FinalAt");
+inline const QString WarnTextColor = QStringLiteral("WarnTextColor");
+inline const QString WarnBgColor = QStringLiteral("WarnBgColor");
+inline const QString FinalTextColor = QStringLiteral("FinalTextColor");
+inline const QString FinalBgColor = QStringLiteral("FinalBgColor");
+inline const QString OvertimeColors = QStringLiteral("OvertimeColors");
+inline const QString OvertimeTextColor = QStringLiteral("OvertimeTextColor");
+inline const QString OvertimeBgColor = QStringLiteral("OvertimeBgColor");
+inline const QString FlashAtZero = QStringLiteral("FlashAtZero");
 } // namespace PreferenceKeys
 
 namespace NotificationNames {
@@ -37,4 +50,15 @@ inline const QString ContinueCountdownChanged = QStringLiteral("BRVContinueCount
 inline const QString PlayReminderSoundChanged = QStringLiteral("BRVPlayReminderSoundChanged");
 inline const QString ReminderSoundSelectionChanged = QStringLiteral("BRVReminderSoundSelectionChanged");
 inline const QString RemindEveryIntervalChanged = QStringLiteral("RemindEveryIntervalChanged");
+inline const QString ChangeColorsNearEndChanged = QStringLiteral("BRVChangeColorsNearEndChanged");
+inline const QString WarnAtChanged = QStringLiteral("BRVWarnAtChanged");
+inline const QString FinalAtChanged = QStringLiteral("BRVFinalAtChanged");
+inline const QString WarnTextColorChanged = QStringLiteral("BRVWarnTextColorChanged");
+inline const QString WarnBgColorChanged = QStringLiteral("BRVWarnBgColorChanged");
+inline const QString FinalTextColorChanged = QStringLiteral("BRVFinalTextColorChanged");
+inline const QString FinalBgColorChanged = QStringLiteral("BRVFinalBgColorChanged");
+inline const QString OvertimeColorsChanged = QStringLiteral("BRVOvertimeColorsChanged");
+inline const QString OvertimeTextColorChanged = QStringLiteral("BRVOvertimeTextColorChanged");
+inline const QString OvertimeBgColorChanged = QStringLiteral("BRVOvertimeBgColorChanged");
+inline const QString FlashAtZeroChanged = QStringLiteral("BRVFlashAtZeroChanged");
 } // namespace NotificationNames

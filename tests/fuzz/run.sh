@@ -7,7 +7,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 
-targets=(typedtime reminderinterval intvalue soundlist colorarchive settingsfile sound)
+targets=(typedtime reminderinterval threshold intvalue soundlist colorarchive settingsfile sound)
 [ $# -gt 0 ] && targets=("$@")
 seconds=${FUZZ_SECONDS:-30}
 build=build/fuzz

@@ -6,6 +6,7 @@
 #include "ColorWell.h"
 #include "NotificationCenter.h"
 #include "PreferenceKeys.h"
+#include "StoredSettings.h"
 
 #include <QCheckBox>
 #include <QColorDialog>
@@ -79,21 +80,13 @@ public:
     std::vector<Notification> received;
 };
 
-/// The nine change notifications, in the order the delegate subscribes to them.
+/// Every change notification, in the order the delegate subscribes to them.
 inline QStringList allNotificationNames()
 {
-    return {NotificationNames::TextColorChanged,
-            NotificationNames::BgColorChanged,
-            NotificationNames::DropShadowChanged,
-            NotificationNames::SoundSelectionChanged,
-            NotificationNames::PlaySoundChanged,
-            NotificationNames::ContinueCountdownChanged,
-            NotificationNames::PlayReminderSoundChanged,
-            NotificationNames::RemindEveryIntervalChanged,
-            NotificationNames::ReminderSoundSelectionChanged};
+    return StoredSettings::allNotificationNames();
 }
 
-/// One listener for each of the nine names.
+/// One listener for each name.
 struct AllListeners
 {
     AllListeners()

@@ -18,6 +18,8 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QPointer>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTest>
 #include <QToolButton>
 
@@ -448,6 +450,63 @@ private slots:
         QVERIFY(QTest::qWaitForWindowActive(c.prefsWindow()));
     }
 
+    void theWindowFitsSmallScreensAndEveryControlCanBeReached_data()
+    {
+        QTest::addColumn<QRect>("area");
+        QTest::newRow("1024x768") << QRect(0, 0, 1024, 768 - 24);
+        QTest::newRow("1366x768") << QRect(0, 0, 1366, 768 - 24);
+        // 1280x800 at 200 %: what the window has, in its own pixels.
+        QTest::newRow("1280x800 at 200 %") << QRect(0, 0, 640, 400 - 12);
+        QTest::newRow("a very small area") << QRect(0, 0, 300, 200);
+    }
+
+    void theWindowFitsSmallScreensAndEveryControlCanBeReached()
+    {
+        QFETCH(QRect, area);
+        PreferenceWindowController& c = open();
+        c.fitInto(area);
+        QWidget* window = c.prefsWindow();
+        QVERIFY(window->width() <= area.width());
+        // Room is left for the title bar.
+        QVERIFY(window->height() + window->fontMetrics().height() <= area.height());
+        QTRY_COMPARE(window->size(), window->frameGeometry().size().boundedTo(window->size()));
+        QScrollArea* scroll = c.scrollArea();
+        const QWidget* viewport = scroll->viewport();
+        // Once the scroll bars the size calls for have appeared.
+        QApplication::processEvents();
+        for (QWidget* control : window->findChildren<QWidget*>()) {
+            if (!(control->focusPolicy() & Qt::TabFocus) || !control->isVisibleTo(window) ||
+                control->parentWidget() == nullptr || qobject_cast<QScrollBar*>(control))
+                continue;
+            // Scrolled to as a presenter scrolls: until the whole control is in sight, where it fits.
+            const QPoint centre = control->mapTo(scroll->widget(), control->rect().center());
+            scroll->ensureVisible(centre.x(), centre.y(), control->width() / 2 + 1,
+                                  control->height() / 2 + 1);
+            QApplication::processEvents();
+            const QRect inViewport(control->mapTo(viewport, QPoint(0, 0)), control->size());
+            if (control->height() <= viewport->height() && control->width() <= viewport->width())
+                QVERIFY2(viewport->rect().contains(inViewport), qPrintable(control->objectName()));
+            else
+                QVERIFY2(viewport->rect().intersects(inViewport), qPrintable(control->objectName()));
+        }
+        // The last control, scrolled to and clicked as a presenter would, does what it says.
+        QCheckBox* last = window->findChild<QCheckBox*>(QStringLiteral("returnFocusCheckbox"));
+        scroll->ensureWidgetVisible(last);
+        QApplication::processEvents();
+        const bool before = PreferenceController::preferenceReturnFocusToPreviousWindow();
+        click(last);
+        QCOMPARE(PreferenceController::preferenceReturnFocusToPreviousWindow(), !before);
+    }
+
+    void aLargeScreenShowsTheWholeWindowWithoutScrolling()
+    {
+        PreferenceWindowController& c = open();
+        c.fitInto(QRect(0, 0, 1920, 1080));
+        QApplication::processEvents();
+        QCOMPARE(c.scrollArea()->verticalScrollBar()->maximum(), 0);
+        QVERIFY(!c.scrollArea()->verticalScrollBar()->isVisible());
+    }
+
     void everyControlHasANameAndTheTabOrderFollowsTheWindow()
     {
         PreferenceWindowController& c = open();
@@ -465,6 +524,17 @@ private slots:
                                      "bgColorWell",
                                      "dropShadowCheckbox",
                                      "resetButton",
+                                     "changeColorsCheckbox",
+                                     "warnAtField",
+                                     "warnTextColorWell",
+                                     "warnBgColorWell",
+                                     "finalAtField",
+                                     "finalTextColorWell",
+                                     "finalBgColorWell",
+                                     "overtimeColorsCheckbox",
+                                     "overtimeTextColorWell",
+                                     "overtimeBgColorWell",
+                                     "flashCheckbox",
                                      "playSoundCheckbox",
                                      "soundFilesDropdownList",
                                      "previewSoundButton",

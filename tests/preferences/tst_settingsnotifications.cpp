@@ -426,6 +426,15 @@ private slots:
         click(c.playReminderSoundCheckbox());
         retype(c.tfRemindEveryS(), QStringLiteral("7"));
         QTest::keyClick(c.reminderSoundFilesDropdownList(), Qt::Key_Up);
+        QWidget* window = c.prefsWindow();
+        click(window->findChild<QCheckBox*>(QStringLiteral("changeColorsCheckbox")));
+        retype(window->findChild<QLineEdit*>(QStringLiteral("warnAtField")), QStringLiteral("0:10:00"));
+        retype(window->findChild<QLineEdit*>(QStringLiteral("finalAtField")), QStringLiteral("0:02:00"));
+        for (const char* well : {"warnTextColorWell", "warnBgColorWell", "finalTextColorWell",
+                                 "finalBgColorWell", "overtimeTextColorWell", "overtimeBgColorWell"})
+            QVERIFY(pickColor(window->findChild<ColorWell*>(QLatin1String(well)), QColor(7, 8, 9)));
+        click(window->findChild<QCheckBox*>(QStringLiteral("overtimeColorsCheckbox")));
+        click(window->findChild<QCheckBox*>(QStringLiteral("flashCheckbox")));
         const QStringList names = allNotificationNames();
         for (size_t i = 0; i < all.listeners.size(); ++i) {
             const auto& received = all.listeners[i]->received;

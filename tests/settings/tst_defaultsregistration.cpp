@@ -76,6 +76,18 @@ void TestDefaultsRegistration::holdsExactlyTheBuiltInValues()
         {QStringLiteral("ReturnFocusToPreviousWindow"), true},
         // The panel's place: empty until it is first moved.
         {QStringLiteral("PanelFrame"), QStringLiteral("")},
+        // The panel's signals near and past the end: all off.
+        {QStringLiteral("ChangeColorsNearEnd"), false},
+        {QStringLiteral("WarnAt"), QStringLiteral("0:05:00")},
+        {QStringLiteral("FinalAt"), QStringLiteral("0:01:00")},
+        {QStringLiteral("WarnTextColor"), archivedDataWithRootObject(QColor(0, 0, 0))},
+        {QStringLiteral("WarnBgColor"), archivedDataWithRootObject(QColor(255, 191, 0))},
+        {QStringLiteral("FinalTextColor"), archivedDataWithRootObject(QColor(255, 255, 255))},
+        {QStringLiteral("FinalBgColor"), archivedDataWithRootObject(QColor(198, 40, 40))},
+        {QStringLiteral("OvertimeColors"), false},
+        {QStringLiteral("OvertimeTextColor"), archivedDataWithRootObject(QColor(255, 255, 255))},
+        {QStringLiteral("OvertimeBgColor"), archivedDataWithRootObject(QColor(106, 27, 154))},
+        {QStringLiteral("FlashAtZero"), false},
     };
     const QVariantMap actual = registrationDefaults(Brevlin());
     QCOMPARE(actual.keys(), expected.keys());
@@ -147,7 +159,7 @@ void TestDefaultsRegistration::registeringTwiceLeavesOnlyBuiltInValuesAndUserVal
     defaults().registerDefaults(registrationDefaults(Brevlin()));
 
     QCOMPARE(defaults().registeredDefaults(), registrationDefaults(Brevlin()));
-    QCOMPARE(defaults().registeredDefaults().size(), 12);
+    QCOMPARE(defaults().registeredDefaults().size(), 23);
     QCOMPARE(defaults().boolForKey(PreferenceKeys::PlaySound), false);
     QCOMPARE(defaults().stringForKey(PreferenceKeys::SoundFiles), QStringLiteral("a.wav:b.wav"));
     QCOMPARE(defaults().stringForKey(PreferenceKeys::RemindEveryInterval), QStringLiteral("0:0:10"));

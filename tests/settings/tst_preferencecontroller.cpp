@@ -7,6 +7,7 @@
 #include "NotificationCenter.h"
 #include "PreferenceKeys.h"
 #include "SettingsFile.h"
+#include "SignalSettings.h"
 #include "StoredSettings.h"
 #include "TestMain.h"
 #include "UserDefaults.h"
@@ -20,12 +21,7 @@ namespace {
 
 const QStringList& BuiltInSounds = testsupport::builtInSounds();
 
-const QStringList AllNames{
-    NotificationNames::TextColorChanged,          NotificationNames::BgColorChanged,
-    NotificationNames::DropShadowChanged,         NotificationNames::PlaySoundChanged,
-    NotificationNames::SoundSelectionChanged,     NotificationNames::ContinueCountdownChanged,
-    NotificationNames::PlayReminderSoundChanged,  NotificationNames::ReminderSoundSelectionChanged,
-    NotificationNames::RemindEveryIntervalChanged};
+const QStringList& AllNames = StoredSettings::allNotificationNames();
 
 UserDefaults& defaults()
 {
@@ -82,6 +78,45 @@ const std::vector<NotifyingSetter>& notifyingSetters()
          [] { PreferenceController::setPreferenceRemindEveryInterval(QStringLiteral("0:0:30")); },
          [] { return QVariant(PreferenceController::preferenceRemindEveryInterval()); },
          QVariant(QStringLiteral("0:0:30"))},
+        {"change colours near the end", NotificationNames::ChangeColorsNearEndChanged,
+         [] { PreferenceController::setPreferenceChangeColorsNearEnd(true); },
+         [] { return QVariant(PreferenceController::preferenceChangeColorsNearEnd()); }, QVariant(true)},
+        {"warn at", NotificationNames::WarnAtChanged,
+         [] { PreferenceController::setPreferenceWarnAt(QStringLiteral("0:10:00")); },
+         [] { return QVariant(PreferenceController::preferenceWarnAt()); },
+         QVariant(QStringLiteral("0:10:00"))},
+        {"final at", NotificationNames::FinalAtChanged,
+         [] { PreferenceController::setPreferenceFinalAt(QStringLiteral("0:0:30")); },
+         [] { return QVariant(PreferenceController::preferenceFinalAt()); },
+         QVariant(QStringLiteral("0:0:30"))},
+        {"warning text colour", NotificationNames::WarnTextColorChanged,
+         [] { PreferenceController::setPreferenceWarnTextColor(QColor(1, 2, 3)); },
+         [] { return QVariant(PreferenceController::preferenceWarnTextColor()); }, QVariant(QColor(1, 2, 3))},
+        {"warning background colour", NotificationNames::WarnBgColorChanged,
+         [] { PreferenceController::setPreferenceWarnBgColor(QColor(4, 5, 6)); },
+         [] { return QVariant(PreferenceController::preferenceWarnBgColor()); }, QVariant(QColor(4, 5, 6))},
+        {"final text colour", NotificationNames::FinalTextColorChanged,
+         [] { PreferenceController::setPreferenceFinalTextColor(QColor(7, 8, 9)); },
+         [] { return QVariant(PreferenceController::preferenceFinalTextColor()); },
+         QVariant(QColor(7, 8, 9))},
+        {"final background colour", NotificationNames::FinalBgColorChanged,
+         [] { PreferenceController::setPreferenceFinalBgColor(QColor(10, 11, 12, 13)); },
+         [] { return QVariant(PreferenceController::preferenceFinalBgColor()); },
+         QVariant(QColor(10, 11, 12, 13))},
+        {"overtime colours", NotificationNames::OvertimeColorsChanged,
+         [] { PreferenceController::setPreferenceOvertimeColors(true); },
+         [] { return QVariant(PreferenceController::preferenceOvertimeColors()); }, QVariant(true)},
+        {"overtime text colour", NotificationNames::OvertimeTextColorChanged,
+         [] { PreferenceController::setPreferenceOvertimeTextColor(QColor(14, 15, 16)); },
+         [] { return QVariant(PreferenceController::preferenceOvertimeTextColor()); },
+         QVariant(QColor(14, 15, 16))},
+        {"overtime background colour", NotificationNames::OvertimeBgColorChanged,
+         [] { PreferenceController::setPreferenceOvertimeBgColor(QColor(17, 18, 19)); },
+         [] { return QVariant(PreferenceController::preferenceOvertimeBgColor()); },
+         QVariant(QColor(17, 18, 19))},
+        {"flash at zero", NotificationNames::FlashAtZeroChanged,
+         [] { PreferenceController::setPreferenceFlashAtZero(true); },
+         [] { return QVariant(PreferenceController::preferenceFlashAtZero()); }, QVariant(true)},
     };
     return setters;
 }
@@ -161,6 +196,12 @@ private slots:
     void undecodableEntriesFallBackToTheRegisteredDefaults();
     void binaryJunkFileFallsBackToTheRegisteredDefaults();
     void settersStillWorkOnADamagedFileAndKeepItsOtherEntries();
+
+    void signalSettingsOfAFreshInstallationAreTheBuiltInOnes();
+    void signalColoursAreStoredAsArchives();
+    void signalSettingsSurviveARestart();
+    void damagedSignalSettingsReadAsTheirDefaultsOrAsNever();
+    void nullThresholdFallsBackToTheRegisteredOne();
 };
 
 void TestPreferenceController::init()
@@ -680,3 +721,95 @@ void TestPreferenceController::settersStillWorkOnADamagedFileAndKeepItsOtherEntr
 
 BREVLIN_TEST_MAIN_CORE(TestPreferenceController)
 #include "tst_preferencecontroller.moc"
+
+void TestPreferenceController::signalSettingsOfAFreshInstallationAreTheBuiltInOnes()
+{
+    registerBuiltIns();
+    const SignalSettings settings = PreferenceController::preferenceSignalSettings();
+    QVERIFY(settings == SignalSettings());
+    QCOMPARE(settings.changeColorsNearEnd, false);
+    QCOMPARE(settings.overtimeColors, false);
+    QCOMPARE(settings.flashAtZero, false);
+    QCOMPARE(settings.warnAt, QStringLiteral("0:05:00"));
+    QCOMPARE(settings.finalAt, QStringLiteral("0:01:00"));
+    // Nothing is written by reading.
+    defaults().synchronize();
+    QVERIFY(!SettingsFile::entries().contains(QStringLiteral("WarnAt")));
+}
+
+void TestPreferenceController::signalColoursAreStoredAsArchives()
+{
+    registerBuiltIns();
+    PreferenceController::setPreferenceFinalBgColor(QColor(200, 0, 0, 128));
+    QCOMPARE(defaults().dataForKey(PreferenceKeys::FinalBgColor),
+             archivedDataWithRootObject(QColor(200, 0, 0, 128)));
+}
+
+void TestPreferenceController::signalSettingsSurviveARestart()
+{
+    registerBuiltIns();
+    PreferenceController::setPreferenceChangeColorsNearEnd(true);
+    PreferenceController::setPreferenceWarnAt(QStringLiteral("0:0:05"));
+    PreferenceController::setPreferenceWarnBgColor(QColor(0, 128, 0));
+    PreferenceController::setPreferenceFlashAtZero(true);
+    QVERIFY(defaults().synchronize());
+    const QHash<QString, QString> onDisk = SettingsFile::entries();
+    QCOMPARE(onDisk.value(QStringLiteral("ChangeColorsNearEnd")), QStringLiteral("true"));
+    QCOMPARE(onDisk.value(QStringLiteral("WarnAt")), QStringLiteral("0:0:05"));
+    QVERIFY(onDisk.contains(QStringLiteral("WarnBgColor")));
+    QCOMPARE(onDisk.value(QStringLiteral("FlashAtZero")), QStringLiteral("true"));
+    QVERIFY(!onDisk.contains(QStringLiteral("OvertimeColors")));
+    // The file read again from disk, as the next launch reads it.
+    QFile file(defaults().filePath());
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(SettingsFile::replace(file.readAll()));
+    defaults().synchronize();
+    QCOMPARE(PreferenceController::preferenceChangeColorsNearEnd(), true);
+    QCOMPARE(PreferenceController::preferenceWarnAt(), QStringLiteral("0:0:05"));
+    QCOMPARE(PreferenceController::preferenceWarnBgColor(), QColor(0, 128, 0));
+    QCOMPARE(PreferenceController::preferenceFlashAtZero(), true);
+    QCOMPARE(PreferenceController::preferenceOvertimeColors(), false);
+}
+
+void TestPreferenceController::damagedSignalSettingsReadAsTheirDefaultsOrAsNever()
+{
+    registerBuiltIns();
+    QVERIFY(SettingsFile::replace("[General]\n"
+                                  "ChangeColorsNearEnd=maybe\n"
+                                  "OvertimeColors=YES\n"
+                                  "FlashAtZero=@ByteArray(\\0)\n"
+                                  "WarnAt=five minutes\n"
+                                  "FinalAt=1, 2, 3\n"
+                                  "WarnTextColor=black\n"
+                                  "WarnBgColor=@ByteArray(BRVC\\x1\\x1\\0)\n"
+                                  "FinalTextColor=\n"
+                                  "FinalBgColor=42\n"
+                                  "OvertimeTextColor=@Variant(\\0\\0\\0\\x7f)\n"
+                                  "OvertimeBgColor=@ByteArray()\n"));
+    defaults().synchronize();
+    const SignalSettings settings = PreferenceController::preferenceSignalSettings();
+    QCOMPARE(settings.changeColorsNearEnd, false);
+    QCOMPARE(settings.overtimeColors, true);
+    QCOMPARE(settings.flashAtZero, false);
+    // Kept as they stand: the panel reads a text that is not a time as never reached.
+    QCOMPARE(settings.warnAt, QStringLiteral("five minutes"));
+    QCOMPARE(settings.finalAt, QStringLiteral("1, 2, 3"));
+    const SignalSettings builtIn;
+    QCOMPARE(settings.warnTextColor, builtIn.warnTextColor);
+    QCOMPARE(settings.warnBgColor, builtIn.warnBgColor);
+    QCOMPARE(settings.finalTextColor, builtIn.finalTextColor);
+    QCOMPARE(settings.finalBgColor, builtIn.finalBgColor);
+    QCOMPARE(settings.overtimeTextColor, builtIn.overtimeTextColor);
+    QCOMPARE(settings.overtimeBgColor, builtIn.overtimeBgColor);
+    // Nothing the file held was lost by reading it.
+    defaults().synchronize();
+    QCOMPARE(SettingsFile::entries().value(QStringLiteral("WarnAt")), QStringLiteral("five minutes"));
+}
+
+void TestPreferenceController::nullThresholdFallsBackToTheRegisteredOne()
+{
+    registerBuiltIns();
+    PreferenceController::setPreferenceWarnAt(QStringLiteral("0:0:10"));
+    PreferenceController::setPreferenceWarnAt(QString());
+    QCOMPARE(PreferenceController::preferenceWarnAt(), QStringLiteral("0:05:00"));
+}

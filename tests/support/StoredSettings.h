@@ -22,8 +22,46 @@ inline const QStringList& allKeys()
                                   PreferenceKeys::ContinueCountdown,
                                   PreferenceKeys::PlayReminderSound,
                                   PreferenceKeys::RemindEveryInterval,
-                                  PreferenceKeys::ReturnFocusToPreviousWindow};
+                                  PreferenceKeys::ReturnFocusToPreviousWindow,
+                                  PreferenceKeys::PanelFrame,
+                                  PreferenceKeys::ChangeColorsNearEnd,
+                                  PreferenceKeys::WarnAt,
+                                  PreferenceKeys::FinalAt,
+                                  PreferenceKeys::WarnTextColor,
+                                  PreferenceKeys::WarnBgColor,
+                                  PreferenceKeys::FinalTextColor,
+                                  PreferenceKeys::FinalBgColor,
+                                  PreferenceKeys::OvertimeColors,
+                                  PreferenceKeys::OvertimeTextColor,
+                                  PreferenceKeys::OvertimeBgColor,
+                                  PreferenceKeys::FlashAtZero};
     return keys;
+}
+
+/// Every change notification, in the order the delegate subscribes to them.
+inline const QStringList& allNotificationNames()
+{
+    static const QStringList names{NotificationNames::TextColorChanged,
+                                   NotificationNames::BgColorChanged,
+                                   NotificationNames::DropShadowChanged,
+                                   NotificationNames::SoundSelectionChanged,
+                                   NotificationNames::PlaySoundChanged,
+                                   NotificationNames::ContinueCountdownChanged,
+                                   NotificationNames::PlayReminderSoundChanged,
+                                   NotificationNames::RemindEveryIntervalChanged,
+                                   NotificationNames::ReminderSoundSelectionChanged,
+                                   NotificationNames::ChangeColorsNearEndChanged,
+                                   NotificationNames::WarnAtChanged,
+                                   NotificationNames::FinalAtChanged,
+                                   NotificationNames::WarnTextColorChanged,
+                                   NotificationNames::WarnBgColorChanged,
+                                   NotificationNames::FinalTextColorChanged,
+                                   NotificationNames::FinalBgColorChanged,
+                                   NotificationNames::OvertimeColorsChanged,
+                                   NotificationNames::OvertimeTextColorChanged,
+                                   NotificationNames::OvertimeBgColorChanged,
+                                   NotificationNames::FlashAtZeroChanged};
+    return names;
 }
 
 /// Removes every user value and every registered default.
