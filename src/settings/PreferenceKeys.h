@@ -2,7 +2,8 @@
 
 // The texts under which every user's settings are stored and the names of the change notifications. They
 // are the stored format of existing settings, so they are kept exactly as they are, mixed prefixes
-// included ("DropShadow" and "RemindEveryIntervalChanged" have no "BRV").
+// included: of the keys only the countdown time and the two colours carry "BRV", of the notifications
+// all but "RemindEveryIntervalChanged" do.
 
 #include <QString>
 
