@@ -2,33 +2,44 @@
 # Process-level benchmarks: start-up time, resident memory and CPU use of Brevlin, measured in the same
 # run as the Qt floor (bench/QtFloor.cpp), gnome-clocks and kteatime, all on a private headless X server
 # (Xvfb + openbox) with a private session bus. Appends one JSON object per line to OUT_JSONL:
-#   {"metric": ..., "subject": ..., "value": ..., "unit": "ms"|"MB"|"%", "detail": "..."}
+#   {"metric": ..., "subject": ..., "value": ..., "unit": "ms"|"MB"|"%"|"ratio", "detail": "..."}
 # Method: docs/performance.md. It measures only; nothing here passes or fails a target.
 #
-#   bench/process_metrics.sh BUILD_DIR OUT_JSONL [--memory-minutes N] [--startup-runs N]
+#   bench/process_metrics.sh BUILD_DIR OUT_JSONL [--memory-minutes N] [--startup-runs N] [--memory-pairs N]
+#                            [--brevlin PATH] [--pairs-only]
 #
-# Wall time: about memory-minutes + 2 minutes, at least about 7. Every process it starts ends with it.
+# Start-up and the memory at launch are measured in pairs, Brevlin against the Qt floor one right after the
+# other, the order alternating from pair to pair, and reported as the median of the per-pair ratios (or
+# differences) beside the absolute medians: a change of the machine's load then moves both of a pair.
+# --brevlin measures another build's brevlin against this build's floor (a "before"); --pairs-only stops
+# after the pairs (a few minutes).
+#
+# Wall time: about memory-minutes + 3 minutes, at least about 8. Every process it starts ends with it.
 set -u
 
 usage() {
-    echo "usage: $0 BUILD_DIR OUT_JSONL [--memory-minutes N] [--startup-runs N]" >&2
+    echo "usage: $0 BUILD_DIR OUT_JSONL [--memory-minutes N] [--startup-runs N] [--memory-pairs N] [--brevlin PATH] [--pairs-only]" >&2
     exit 2
 }
 
 [ $# -ge 2 ] || usage
 build_dir=$1 out=$2
 shift 2
-memory_minutes=10 startup_runs=15
+memory_minutes=10 startup_runs=15 memory_pairs=6 brevlin_override="" pairs_only=0
 while [ $# -gt 0 ]; do
     case "$1" in
     --memory-minutes) [ $# -ge 2 ] || usage; memory_minutes=$2; shift ;;
     --startup-runs) [ $# -ge 2 ] || usage; startup_runs=$2; shift ;;
+    --memory-pairs) [ $# -ge 2 ] || usage; memory_pairs=$2; shift ;;
+    --brevlin) [ $# -ge 2 ] || usage; brevlin_override=$2; shift ;;
+    --pairs-only) pairs_only=1 ;;
     *) usage ;;
     esac
     shift
 done
 [[ "$memory_minutes" =~ ^[1-9][0-9]*$ ]] || { echo "process_metrics: --memory-minutes must be >= 1" >&2; exit 2; }
 [[ "$startup_runs" =~ ^[1-9][0-9]*$ ]] || { echo "process_metrics: --startup-runs must be >= 1" >&2; exit 2; }
+[[ "$memory_pairs" =~ ^[1-9][0-9]*$ ]] || { echo "process_metrics: --memory-pairs must be >= 1" >&2; exit 2; }
 
 say() { echo "process_metrics: $*" >&2; }
 
@@ -42,7 +53,12 @@ find_binary() { # name: the first of BUILD_DIR/bin/name, BUILD_DIR/bench/name
     done
     return 1
 }
-brevlin=$(find_binary brevlin) || { say "no brevlin in $build_dir/bin"; exit 1; }
+if [ -n "$brevlin_override" ]; then
+    [ -x "$brevlin_override" ] || { say "no program at $brevlin_override"; exit 1; }
+    brevlin=$(realpath "$brevlin_override")
+else
+    brevlin=$(find_binary brevlin) || { say "no brevlin in $build_dir/bin"; exit 1; }
+fi
 qt_floor=$(find_binary qt_floor) || { say "no qt_floor in $build_dir (bench/peers.cmake)"; exit 1; }
 probe=$(find_binary startup_probe) || { say "no startup_probe in $build_dir (bench/peers.cmake)"; exit 1; }
 for tool in Xvfb openbox xprop xwininfo xdotool import md5sum; do
@@ -229,52 +245,172 @@ stop_pid() { # pid: ends the process group the probe made for it
 
 load1() { cut -d' ' -f1 /proc/loadavg; }
 
+# Resident memory of a process from /proc/PID/smaps_rollup, in kB: "total anonymous file-backed". The
+# anonymous pages are the process's own (heap, thread stacks, arenas, copied-on-write data); the
+# file-backed ones are the libraries, fonts and other mapped files, mostly shared with other processes.
+rss_split_kb() {
+    awk '/^Rss:/ { r = $2 } /^Anonymous:/ { a = $2 } END { if (r != "") print r, a, r - a }' \
+        "/proc/$1/smaps_rollup" 2>/dev/null
+}
+
+# Where a process's resident memory lies, from /proc/PID/smaps, grouped: "group kB" lines, largest first.
+rss_by_mapping() {
+    awk -v exe="$(readlink "/proc/$1/exe" 2>/dev/null)" '
+        /^[0-9a-f]+-[0-9a-f]+ / {
+            name = $6
+            if (name == "") group = "anonymous (thread stacks, malloc arenas, large blocks)"
+            else if (name == exe) group = "the program itself"
+            else if (name == "[heap]" || name == "[stack]") group = name
+            else if (name ~ /libQt6/) group = "Qt libraries"
+            else if (name ~ /\/plugins\//) group = "Qt plugins"
+            else if (name ~ /\.(ttf|otf|pfb|ttc)$/) group = "font files"
+            else if (name ~ /\.so/) group = "other libraries"
+            else group = "other mappings"
+            next
+        }
+        /^Rss:/ { kb[group] += $2 }
+        END { for (g in kb) if (kb[g] > 0) print g "\t" kb[g] }' "/proc/$1/smaps" 2>/dev/null | sort -t$'\t' -k2,2nr
+}
+# The same, per library (and "[anon]"), for the log: "kB name" lines, largest first.
+rss_per_file() {
+    awk '/^[0-9a-f]+-[0-9a-f]+ / { name = ($6 == "" ? "[anon]" : $6); next }
+        /^Rss:/ { kb[name] += $2 }
+        END { for (n in kb) if (kb[n] > 0) print kb[n], n }' "/proc/$1/smaps" 2>/dev/null | sort -nr
+}
+
 # ---------------------------------------------------------------------------------------------------
-# 1. Start-up: cold runs, one at a time, the subjects taking turns so that any change in the machine's
-# load falls on all of them alike. One warm-up round first, not counted: it fills the page cache and
-# starts the bus services a desktop session already runs.
-# gnome-clocks-warm is gnome-clocks in one home kept from run to run: from the warm-up round on, its GL
-# shader cache (Mesa's, under ~/.cache) is filled, as on a desktop where it ran before.
+# 1. Start-up: cold runs in pairs, Brevlin and the Qt floor one right after the other, never two at once;
+# the one that goes first alternates from pair to pair, so that neither always finds the caches the other
+# warmed or the load the other left. Each pair gives a ratio; its median, p10 and p90 are the comparison,
+# since a change of the machine's load between pairs moves both of a pair. One warm-up pair first, not
+# counted: it fills the page cache and starts the bus services a desktop session already runs.
+# gnome-clocks (cold, and gnome-clocks-warm: one home kept from run to run, so from the warm-up round on its
+# GL shader cache, Mesa's under ~/.cache, is filled, as on a desktop where it ran before) follows each pair.
 startup_subjects=(brevlin qt-floor)
 [ "$have_clocks" = 1 ] && startup_subjects+=(gnome-clocks gnome-clocks-warm)
 declare -A drawn_ms map_ms failures
 for subject in "${startup_subjects[@]}"; do
     drawn_ms[$subject]="" map_ms[$subject]="" failures[$subject]=0
 done
+ratios="" loads=""
+start_once() { # subject run: one cold start, its drawn time in $drawn (empty when it failed)
+    local subject=$1 run=$2
+    if [ "$subject" = gnome-clocks-warm ]; then
+        home="$root/homes/clocks-warm"
+        mkdir -p "$home/.config" "$home/.local/share" "$home/.cache"
+    else
+        new_home
+    fi
+    subject_command "$subject"
+    line=$(in_home "$probe" --timeout 60 --log "$root/logs/startup-$subject.log" -- "${command[@]}")
+    drawn=$(json_field "$line" drawn_ms)
+    [ "$run" -eq 0 ] && return 0
+    if [ -z "$drawn" ]; then
+        failures[$subject]=$((failures[$subject] + 1))
+        say "$subject: $line"
+        return 0
+    fi
+    drawn_ms[$subject]+="$drawn "
+    map_ms[$subject]+="$(json_field "$line" map_ms) "
+}
 load_before=$(load1)
 for run in $(seq 0 "$startup_runs"); do
-    [ "$run" -gt 0 ] && say "start-up run $run/$startup_runs"
-    for subject in "${startup_subjects[@]}"; do
-        if [ "$subject" = gnome-clocks-warm ]; then
-            home="$root/homes/clocks-warm"
-            mkdir -p "$home/.config" "$home/.local/share" "$home/.cache"
-        else
-            new_home
-        fi
-        subject_command "$subject"
-        line=$(in_home "$probe" --timeout 60 --log "$root/logs/startup-$subject.log" -- "${command[@]}")
-        [ "$run" -eq 0 ] && continue
-        drawn=$(json_field "$line" drawn_ms)
-        if [ -z "$drawn" ]; then
-            failures[$subject]=$((failures[$subject] + 1))
-            say "$subject: $line"
-            continue
-        fi
-        drawn_ms[$subject]+="$drawn "
-        map_ms[$subject]+="$(json_field "$line" map_ms) "
+    [ "$run" -gt 0 ] && say "start-up pair $run/$startup_runs (load $(load1))"
+    loads+="$(load1) "
+    if [ $((run % 2)) -eq 0 ]; then pair=(brevlin qt-floor); else pair=(qt-floor brevlin); fi
+    declare -A pair_drawn=()
+    for subject in "${pair[@]}"; do
+        start_once "$subject" "$run"
+        pair_drawn[$subject]=$drawn
+        sleep 0.2
+    done
+    if [ "$run" -gt 0 ] && [ -n "${pair_drawn[brevlin]}" ] && [ -n "${pair_drawn[qt-floor]}" ]; then
+        ratios+="$(awk -v b="${pair_drawn[brevlin]}" -v q="${pair_drawn[qt-floor]}" 'BEGIN { printf "%.4f", b / q }') "
+    fi
+    for subject in "${startup_subjects[@]:2}"; do
+        start_once "$subject" "$run"
         sleep 0.2
     done
 done
 load_after=$(load1)
+read -r load_median load_low load_high _ < <(tr ' ' '\n' <<<"$loads" | grep . | stats)
 for subject in "${startup_subjects[@]}"; do
     [ -n "${drawn_ms[$subject]}" ] || continue
     read -r median p10 p90 n < <(tr ' ' '\n' <<<"${drawn_ms[$subject]}" | grep . | stats)
     read -r map_median _ _ _ < <(tr ' ' '\n' <<<"${map_ms[$subject]}" | grep . | stats)
     kind="cold runs (fresh HOME each, after 1 warm-up)"
     [ "$subject" = gnome-clocks-warm ] && kind="runs with a warm shader cache (one HOME kept from the warm-up on)"
+    [ "$subject" = brevlin ] || [ "$subject" = qt-floor ] && kind="$kind, in pairs with the other of brevlin/qt-floor, the first of a pair alternating"
     emit startup_ms "$subject" "$median" ms \
         "exec to first window mapped with content drawn; median of $n $kind; p10 $p10 ms, p90 $p90 ms; mapped at median $map_median ms; ${failures[$subject]} failed runs; load average $load_before -> $load_after"
 done
+if [ -n "$ratios" ]; then
+    read -r median p10 p90 n < <(tr ' ' '\n' <<<"$ratios" | grep . | sort -g |
+        awk '{ v[n++] = $1 }
+            function q(p,   x, i) { x = (n - 1) * p; i = int(x); return v[i] + (x - i) * (v[i + 1 < n ? i + 1 : i] - v[i]) }
+            END { if (n) printf "%.3f %.3f %.3f %d\n", q(0.5), q(0.1), q(0.9), n }')
+    emit startup_ratio brevlin "$median" ratio \
+        "brevlin / qt-floor start-up within each pair (run right after each other, the first alternating); median of $n pairs, p10 $p10, p90 $p90; 1-min load average median $load_median (p10 $load_low, p90 $load_high); brevlin $brevlin"
+fi
+
+# ---------------------------------------------------------------------------------------------------
+# 1b. Resident memory at launch, in pairs the same way: each started in a fresh home, read 3 s after its
+# first frame was drawn (Brevlin's sounds are decoded by then), ended before the other starts. Split into
+# the anonymous pages (the process's own) and the file-backed ones (libraries, fonts), from smaps_rollup.
+declare -A mem_total mem_anon mem_file breakdown
+for subject in brevlin qt-floor; do mem_total[$subject]="" mem_anon[$subject]="" mem_file[$subject]=""; done
+diffs="" anon_diffs="" file_diffs=""
+for pair_index in $(seq 1 "$memory_pairs"); do
+    if [ $((pair_index % 2)) -eq 1 ]; then pair=(brevlin qt-floor); else pair=(qt-floor brevlin); fi
+    declare -A pair_kb=() pair_anon=() pair_file=()
+    for subject in "${pair[@]}"; do
+        launch "$subject"
+        mpid=$(json_field "$line" pid)
+        if [ -z "$mpid" ] || grep -q '"error"' <<<"$line"; then
+            say "$subject did not start for the memory pair: $line"
+            [ -n "$mpid" ] && stop_pid "$mpid"
+            continue
+        fi
+        pause 3
+        read -r total anon file < <(rss_split_kb "$mpid")
+        if [ -n "$total" ]; then
+            pair_kb[$subject]=$total pair_anon[$subject]=$anon pair_file[$subject]=$file
+            mem_total[$subject]+="$total " mem_anon[$subject]+="$anon " mem_file[$subject]+="$file "
+            if [ "$pair_index" -eq "$memory_pairs" ]; then
+                breakdown[$subject]=$(rss_by_mapping "$mpid" | awk -F'\t' '{ printf "%s%s %.2f", (NR > 1 ? "; " : ""), $1, $2 / 1024 }')
+                rss_per_file "$mpid" >"$root/logs/rss-$subject.txt"
+                cp "$root/logs/rss-$subject.txt" "$(dirname "$out")/rss-per-file-$subject.txt" 2>/dev/null
+            fi
+        fi
+        stop_pid "$mpid"
+        sleep 0.2
+    done
+    if [ -n "${pair_kb[brevlin]:-}" ] && [ -n "${pair_kb[qt-floor]:-}" ]; then
+        diffs+="$((pair_kb[brevlin] - pair_kb[qt-floor])) "
+        anon_diffs+="$((pair_anon[brevlin] - pair_anon[qt-floor])) "
+        file_diffs+="$((pair_file[brevlin] - pair_file[qt-floor])) "
+    fi
+done
+median_kb() { tr ' ' '\n' <<<"$1" | grep . | stats | cut -d' ' -f1; }
+for subject in brevlin qt-floor; do
+    [ -n "${mem_total[$subject]}" ] || continue
+    read -r median p10 p90 n < <(tr ' ' '\n' <<<"${mem_total[$subject]}" | grep . | stats)
+    anon=$(median_kb "${mem_anon[$subject]}")
+    file=$(median_kb "${mem_file[$subject]}")
+    emit rss_launch_mb "$subject" "$(mb "$median")" MB \
+        "Rss of smaps_rollup 3 s after the first window was drawn, median of $n launches in pairs with the other of brevlin/qt-floor (fresh HOME each); p10 $(mb "$p10"), p90 $(mb "$p90") MB; anonymous $(mb "$anon") MB, file-backed $(mb "$file") MB (medians); last launch by mapping (MB): ${breakdown[$subject]:-n/a}"
+    emit rss_launch_anon_mb "$subject" "$(mb "$anon")" MB "anonymous pages (heap, stacks, arenas): median of $n launches"
+    emit rss_launch_file_mb "$subject" "$(mb "$file")" MB "file-backed pages (libraries, fonts): median of $n launches"
+done
+if [ -n "$diffs" ]; then
+    read -r median p10 p90 n < <(tr ' ' '\n' <<<"$diffs" | grep . | stats)
+    emit rss_launch_diff_mb brevlin "$(mb "$median")" MB \
+        "brevlin - qt-floor resident memory within each pair, median of $n pairs; p10 $(mb "$p10"), p90 $(mb "$p90") MB; anonymous $(mb "$(median_kb "$anon_diffs")") MB, file-backed $(mb "$(median_kb "$file_diffs")") MB (medians of the pairs)"
+fi
+if [ "$pairs_only" = 1 ]; then
+    say "done (pairs only): $(wc -l <"$out") lines in $out"
+    exit 0
+fi
 
 # ---------------------------------------------------------------------------------------------------
 # 2-4. Memory and CPU. Brevlin first alone: launch, 3 s, resident memory, one idle minute, then the
@@ -328,7 +464,7 @@ peers_run() {
         fi
         [ "$subject" = kteatime ] &&
             note="3 s after start (no window of its own; no tray host on the server: no StatusNotifierWatcher on the bus, no XEmbed tray selection owner, and it runs on regardless)"
-        emit rss_launch_mb "$subject" "$(mb "$rss")" MB "VmRSS $rss kB, $note" "$results"
+        emit rss_launch_single_mb "$subject" "$(mb "$rss")" MB "VmRSS $rss kB, $note" "$results"
         idle_begin[$subject]=$(cpu_begin "${pid[$subject]}")
     }
 
@@ -406,7 +542,7 @@ bwin=$(json_field "$line" window)
 brevlin_home=$home
 pause 3
 launch_kb=$(rss_kb "$bpid")
-emit rss_launch_mb brevlin "$(mb "$launch_kb")" MB "VmRSS $launch_kb kB, 3 s after the first window was drawn"
+emit rss_launch_single_mb brevlin "$(mb "$launch_kb")" MB "VmRSS $launch_kb kB, 3 s after the first window was drawn (the launch of the long run)"
 focus=no
 has_focus "$bwin" && focus=yes
 cpu_mark=$(cpu_begin "$bpid")

@@ -1,8 +1,8 @@
 #include "SingleInstance.h"
 
+#include "LocalChannel.h"
+
 #include <QCryptographicHash>
-#include <QLocalServer>
-#include <QLocalSocket>
 #include <QStandardPaths>
 
 namespace {
@@ -30,40 +30,21 @@ QString SingleInstance::channelName()
 
 bool SingleInstance::askRunningPanel(const QString& name)
 {
-    QLocalSocket socket;
-    socket.connectToServer(name, QIODevice::WriteOnly);
-    if (!socket.waitForConnected(ConnectTimeoutMs))
-        return false;
-    socket.write(ShowRequest.data(), ShowRequest.size());
-    const bool sent = socket.waitForBytesWritten(ConnectTimeoutMs);
-    socket.disconnectFromServer();
-    return sent;
+    return platform::sendOnLocalChannel(name, ShowRequest.toByteArray(), ConnectTimeoutMs);
 }
 
 SingleInstance::SingleInstance(QObject* parent)
     : QObject(parent)
-    , m_server(new QLocalServer(this))
-{
-    // Only this user may ask.
-    m_server->setSocketOptions(QLocalServer::UserAccessOption);
-    connect(m_server, &QLocalServer::newConnection, this, [this] {
-        while (QLocalSocket* socket = m_server->nextPendingConnection()) {
-            connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
-            connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
-                // Anything else on the socket is ignored; a request is one short line.
-                if (socket->readAll().startsWith(ShowRequest.toByteArray()))
-                    emit launchedAgain();
-                socket->disconnectFromServer();
-            });
-        }
-    });
-}
+{}
+
+SingleInstance::~SingleInstance() = default;
 
 bool SingleInstance::listen(const QString& name)
 {
-    if (m_server->listen(name))
-        return true;
-    // Nobody answered on it (the caller asked first), so it is a leftover of a panel that ended abruptly.
-    QLocalServer::removeServer(name);
-    return m_server->listen(name);
+    // Only this user may ask; anything but a request on the socket is ignored.
+    m_listener = platform::listenOnLocalChannel(name, [this](const QByteArray& message) {
+        if (message.startsWith(ShowRequest.toByteArray()))
+            emit launchedAgain();
+    });
+    return m_listener != nullptr;
 }

@@ -3,7 +3,11 @@
 #include <QObject>
 #include <QString>
 
-class QLocalServer;
+#include <memory>
+
+namespace platform {
+class LocalChannelListener;
+}
 
 /// One panel per user and display. A later launch finds the running one through a local socket, asks it to
 /// come into sight and ends without a window; the running panel and its settings are untouched.
@@ -20,6 +24,7 @@ public:
     static bool askRunningPanel(const QString& name = channelName());
 
     explicit SingleInstance(QObject* parent = nullptr);
+    ~SingleInstance() override;
     /// Starts answering later launches. A socket left behind by a panel that crashed is replaced. False
     /// when the socket cannot be made; the panel then simply runs without this.
     bool listen(const QString& name = channelName());
@@ -29,5 +34,5 @@ signals:
     void launchedAgain();
 
 private:
-    QLocalServer* m_server = nullptr;
+    std::unique_ptr<platform::LocalChannelListener> m_listener;
 };

@@ -76,4 +76,8 @@ void sendRepaintsWithoutWaiting() noexcept;
 /// cleanly.
 void quitOnTerminationRequests() noexcept;
 
+/// Tunes the C library's allocator to hand back large blocks the program frees (mapped apart). Call first
+/// thing in main, before any thread starts. Does nothing where the allocator needs no such help.
+void tuneMemoryAllocator() noexcept;
+
 } // namespace platform

@@ -194,4 +194,6 @@ std::unique_ptr<WindowSystem> makeWindowSystem()
 // A GUI process gets WM_CLOSE / WM_QUERYENDSESSION, which Qt already turns into a normal quit.
 void quitOnTerminationRequests() noexcept {}
 
+void tuneMemoryAllocator() noexcept {}
+
 } // namespace platform
