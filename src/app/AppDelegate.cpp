@@ -18,6 +18,7 @@
 #include "Sound.h"
 #include "SoundAlerts.h"
 #include "SoundFolder.h"
+#include "TimeDisplay.h"
 #include "TimeField.h"
 #include "TitlelessPanel.h"
 #include "UserDefaults.h"
@@ -46,6 +47,7 @@ AppDelegate::AppDelegate(QObject* parent)
 {
     m_ui->setupUi(m_panel);
     TimeFieldCaret::attach(m_ui->input);
+    m_timeDisplay = new TimeDisplay(m_ui->input);
     m_ui->input->setMaxLength(longestTypedTime);
     m_panel->setAttribute(Qt::WA_DeleteOnClose, false);
 
@@ -225,6 +227,11 @@ void AppDelegate::updateUI()
     // A disabled button must not swallow the clicks meant for the editable time beneath it.
     pauseReset->setAttribute(Qt::WA_TransparentForMouseEvents, !pauseReset->isEnabled());
     field->setGeometry(geometry.timeField.toRect());
+    // A running time is drawn by the display, the field only edits: it repaints all of itself at every
+    // change of its text, the display only the digits that changed.
+    m_timeDisplay->follow();
+    m_timeDisplay->setVisible(!m_isPaused);
+    field->setVisible(m_isPaused);
 }
 
 void AppDelegate::windowDidResize()
@@ -256,6 +263,7 @@ void AppDelegate::tick()
         playSound(m_reminderSound, m_reminderSoundLoad);
     input()->setText(step.text);
     sizeToFit(input());
+    m_timeDisplay->follow();
     // In the same turn as the new text, so a threshold's colours arrive with the second that reaches it.
     applyPanelColors();
     if (step.relayout)
@@ -350,8 +358,10 @@ void AppDelegate::applyPanelColors()
     hint.setAlphaF(shown.text.alphaF() / 2);
     palette.setColor(QPalette::PlaceholderText, hint);
     palette.setColor(QPalette::Base, Qt::transparent);
-    if (palette != field->palette())
+    if (palette != field->palette()) {
         field->setPalette(palette);
+        m_timeDisplay->follow();
+    }
 }
 
 void AppDelegate::startFlash(int changes)

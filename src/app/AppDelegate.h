@@ -18,6 +18,7 @@ class QAction;
 class QLineEdit;
 class QMenu;
 class QPushButton;
+class TimeDisplay;
 class TitlelessPanel;
 
 namespace Ui {
@@ -53,6 +54,8 @@ public:
     QPushButton* playButton() const;
     QPushButton* pauseResetButton() const;
     QMenu* rightClickMenu() const { return m_rightClickMenu; }
+    /// What shows the time of a running countdown, in the hidden field's place.
+    TimeDisplay* timeDisplay() const { return m_timeDisplay; }
     Brevlin* timerData() const { return m_timerData.get(); }
 
     void applicationDidFinishLaunching();
@@ -152,6 +155,7 @@ private:
     std::unique_ptr<Ui::MainInterface> m_ui;
     QPointer<TitlelessPanel> m_panel;
     QMenu* m_rightClickMenu = nullptr;
+    TimeDisplay* m_timeDisplay = nullptr;
     std::unique_ptr<Brevlin> m_timerData;
 
     Countdown m_countdown;

@@ -9,6 +9,7 @@
 #include "PreferenceController.h"
 #include "StoredSettings.h"
 #include "TestMain.h"
+#include "TimeDisplay.h"
 #include "TitlelessPanel.h"
 
 #include <QFontMetricsF>
@@ -214,59 +215,83 @@ private slots:
         startFrom(QStringLiteral("1:0:0"));
         d.tick(); // 00:59:59, every digit but the hours'
         QCoreApplication::processEvents();
-        QLineEdit* field = d.input();
-        PaintRecorder recorder(field);
+        TimeDisplay* display = d.timeDisplay();
+        QVERIFY(display->isVisible());
+        QVERIFY(!d.input()->isVisible());
+        PaintRecorder recorder(display);
+        PaintRecorder fieldPaints(d.input());
         d.tick(); // 00:59:58: the last digit
         QCoreApplication::processEvents();
-        QCOMPARE(field->text(), QStringLiteral("00:59:58"));
+        QCOMPARE(display->text(), QStringLiteral("00:59:58"));
+        QCOMPARE(d.input()->text(), QStringLiteral("00:59:58"));
         const QRect area = recorder.painted.boundingRect();
         QVERIFY2(!area.isEmpty(), "the new digit was not painted");
         // The last of eight characters, with a margin for glyphs reaching past their cell: well under a
-        // quarter of the field, and none of its first half.
-        QVERIFY2(area.width() < field->width() / 4,
-                 qPrintable(QStringLiteral("%1 of %2").arg(area.width()).arg(field->width())));
-        QVERIFY(area.left() > field->width() / 2);
-        QVERIFY(area.right() >= field->width() - 20);
+        // quarter of the time, and none of its first half.
+        QVERIFY2(area.width() < display->width() / 4,
+                 qPrintable(QStringLiteral("%1 of %2").arg(area.width()).arg(display->width())));
+        QVERIFY(area.left() > display->width() / 2);
+        QVERIFY(area.right() >= display->width() - 20);
+        // The hidden field paints nothing.
+        QVERIFY(fieldPaints.painted.isEmpty());
 
         // The minutes change: from the minutes' last digit on.
         for (int i = 0; i < 58; ++i)
             d.tick();
-        QCOMPARE(field->text(), QStringLiteral("00:59:00"));
+        QCOMPARE(display->text(), QStringLiteral("00:59:00"));
         QCoreApplication::processEvents();
         recorder.painted = {};
         recorder.paints.clear();
         d.tick();
         QCoreApplication::processEvents();
-        QCOMPARE(field->text(), QStringLiteral("00:58:59"));
+        QCOMPARE(display->text(), QStringLiteral("00:58:59"));
         const QRect minutes = recorder.painted.boundingRect();
-        QVERIFY(minutes.left() > field->width() / 4);
-        QVERIFY(minutes.width() < field->width() * 3 / 4);
+        QVERIFY(minutes.left() > display->width() / 4);
+        QVERIFY(minutes.width() < display->width() * 3 / 4);
         // Three digits changed, each repainted on its own: the colon between the minutes and the seconds
         // is not repainted, the digits on both sides of it are.
-        const QRectF cursor = field->inputMethodQuery(Qt::ImCursorRectangle).toRectF();
-        const QFontMetricsF metrics(field->font());
-        const qreal origin = cursor.center().x() - metrics.horizontalAdvance(field->text());
+        const QPointF origin = display->textOrigin();
+        const QFontMetricsF metrics(display->font());
         const auto centreOf = [&](int index) {
-            return QPoint(qRound(origin + metrics.horizontalAdvance(field->text().left(index)) +
-                                 metrics.horizontalAdvance(field->text().at(index)) / 2),
-                          qRound(cursor.center().y()));
+            return QPoint(qRound(origin.x() + metrics.horizontalAdvance(display->text().left(index)) +
+                                 metrics.horizontalAdvance(display->text().at(index)) / 2),
+                          qRound(origin.y() - metrics.ascent() / 2));
         };
         QVERIFY(!recorder.painted.contains(centreOf(5)));
         for (int index : {4, 6, 7})
             QVERIFY2(recorder.painted.contains(centreOf(index)), qPrintable(QString::number(index)));
         for (int index : {0, 1, 2, 3})
             QVERIFY(!recorder.painted.contains(centreOf(index)));
-        // And painted one at a time: after the repaint of all three, a paint for each, none wider than
-        // a character and its margin.
-        QList<QRegion> apart;
-        for (const QRegion& paint : std::as_const(recorder.paints)) {
-            if (paint.boundingRect().width() < field->width() / 6)
-                apart.append(paint);
-        }
-        QCOMPARE(apart.size(), 3);
-        for (int k = 0; k < 3; ++k)
-            QVERIFY2(apart.at(k).contains(centreOf(QList<int>{4, 6, 7}.at(k))),
-                     qPrintable(QString::number(k)));
+        // In one paint of three rectangles, each filled on its own.
+        QCOMPARE(recorder.paints.size(), 1);
+        QCOMPARE(recorder.paints.first().rectCount(), 3);
+    }
+
+    void theRunningTimeLooksAsTheFieldWouldShowIt_data()
+    {
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<QString>("time");
+        QTest::newRow("340x120") << QSize(340, 120) << QStringLiteral("0:10:0");
+        QTest::newRow("1280x800") << QSize(1280, 800) << QStringLiteral("1:0:0");
+        QTest::newRow("4K, overtime") << QSize(3840, 2160) << QStringLiteral("-0:0:5");
+        QTest::newRow("three-digit hours") << QSize(700, 200) << QStringLiteral("100:0:0");
+    }
+
+    void theRunningTimeLooksAsTheFieldWouldShowIt()
+    {
+        // A pause shows the field where the display was: nothing may move or change colour.
+        QFETCH(QSize, size);
+        QFETCH(QString, time);
+        AppDelegate& d = launch({size, QColor(250, 220, 0), QColor(20, 30, 90), true});
+        startFrom(time);
+        d.tick();
+        const QImage running = paintedAfresh();
+        QLineEdit* field = d.input();
+        // The field in the display's place, read-only as while running, drawn instead of it.
+        d.timeDisplay()->hide();
+        field->show();
+        const QImage asField = paintedAfresh();
+        QVERIFY2(firstDifference(running, asField).isEmpty(), qPrintable(firstDifference(running, asField)));
     }
 };
 
