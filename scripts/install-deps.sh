@@ -66,3 +66,9 @@ fi
 echo "Installing: ${missing[*]}"
 $sudo apt-get update -qq
 DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+# fonts-urw-base35 (drawn in by ImageMagick) writes its fonts.dir after fontconfig's trigger has built the font
+# caches, so that folder's cache is stale until some program rebuilds it; on a fresh machine the first test
+# window on an X server was then not mapped within 5 s.
+if command -v fc-cache >/dev/null; then
+    $sudo fc-cache
+fi
