@@ -12,8 +12,9 @@ packages=(
     libpulse-dev libsndfile1-dev
     # run: the X11 and offscreen platform plugins, a font, Qt's own translations for its dialogs
     qt6-qpa-plugins fonts-dejavu-core qt6-translations-l10n
-    # run without a display (make run on a server): a virtual one with a window manager
-    xvfb xauth openbox
+    # run without a display (make run on a server): a virtual one with a window manager, and xprop
+    # (x11-utils), with which scripts/virtual-display.sh waits for the window manager to announce itself
+    xvfb xauth openbox x11-utils
 )
 
 # make run stops here: what building and running the application needs. Everything else is for the
@@ -24,9 +25,9 @@ if [ "${1:-}" != "--run" ]; then
         # validators, and Debian's package checker
         dpkg-dev file desktop-file-utils appstream lintian
         # test: a second window manager (metacity; openbox is above),
-        # input and window inspection, monitors (xrandr), screenshots,
+        # input and window inspection (xwininfo and xprop are in x11-utils, above), monitors (xrandr), screenshots,
         # a sound server with a null sink, sound analysis, and the Windows cross compiler for the Win32 code
-        metacity xdotool wmctrl x11-utils x11-xserver-utils imagemagick pulseaudio pulseaudio-utils sox g++-mingw-w64-x86-64
+        metacity xdotool wmctrl x11-xserver-utils imagemagick pulseaudio pulseaudio-utils sox g++-mingw-w64-x86-64
         # test: the Wayland lab (tests/support/lab): headless GNOME Shell with XWayland in private namespaces and
         # buses, its settings store, Qt's Wayland platform for the stand-in show, and D-Bus for Qt's tests
         gnome-shell xwayland qt6-wayland dbus-daemon dbus-bin libglib2.0-bin dconf-gsettings-backend dconf-service
@@ -65,3 +66,9 @@ fi
 echo "Installing: ${missing[*]}"
 $sudo apt-get update -qq
 DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+# fonts-urw-base35 (drawn in by ImageMagick) writes its fonts.dir after fontconfig's trigger has built the font
+# caches, so that folder's cache is stale until some program rebuilds it; on a fresh machine the first test
+# window on an X server was then not mapped within 5 s.
+if command -v fc-cache >/dev/null; then
+    $sudo fc-cache
+fi
