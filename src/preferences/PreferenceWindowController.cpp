@@ -6,6 +6,7 @@
 #include "ExternalLinks.h"
 #include "Platform.h"
 #include "PreferenceController.h"
+#include "SoundAlerts.h"
 #include "SoundFileTypes.h"
 #include "SoundFolder.h"
 #include "SoundLoader.h"
@@ -102,19 +103,13 @@ protected:
 };
 
 // At the panel's level, on every desktop and over a slide show, like the panel itself: the presenter may
-// have added the sound while presenting.
-void runFileCopyErrorAlert()
+// have added the sound while presenting. Modal to the preferences window only, so the panel still pauses
+// on a click whatever covers the alert.
+void showFileCopyErrorAlert(QWidget* preferencesWindow)
 {
-    QMessageBox alert;
-    alert.setWindowModality(Qt::ApplicationModal);
-    alert.setText(QStringLiteral("Error"));
-    alert.setInformativeText(QStringLiteral("%1").arg(QStringLiteral("File copy error")));
-    // Not a standard button: Qt would title it "OK".
-    alert.setDefaultButton(alert.addButton(QStringLiteral("Ok"), QMessageBox::AcceptRole));
-    alert.setWindowFlag(Qt::WindowStaysOnTopHint);
-    alert.show();
-    platform::floatAboveEverything(alert.winId());
-    alert.exec();
+    SoundAlerts::showFloatingAlert(QStringLiteral("Error"),
+                                   QStringLiteral("%1").arg(QStringLiteral("File copy error")),
+                                   preferencesWindow);
 }
 
 } // namespace
@@ -593,7 +588,7 @@ void PreferenceWindowController::openPanelDidEnd(QFileDialog* panel, int result)
     // is copied, and on a worker thread: a FIFO, a device or a slow disk must not hold up the panel.
     const QString destination = SoundFolder::locationOfSound(name);
     if (destination.isNull()) {
-        runFileCopyErrorAlert();
+        showFileCopyErrorAlert(m_prefsWindow.get());
         return;
     }
     ++m_copiesInProgress;
@@ -602,7 +597,7 @@ void PreferenceWindowController::openPanelDidEnd(QFileDialog* panel, int result)
         if (copied)
             addCopiedSound(name);
         else
-            runFileCopyErrorAlert();
+            showFileCopyErrorAlert(m_prefsWindow.get());
     });
 }
 

@@ -1,0 +1,212 @@
+// The timer's windows over a focused full-screen slide show made by another program, on a real X server
+// with a window manager: after the presenter clicks on the show, the alerts are still seen (read from the
+// root window's pixels, whoever drew them), and none of them stops the running time from pausing on a
+// click.
+#include "AppDelegate.h"
+#include "AppLaunch.h"
+#include "DesktopDriver.h"
+#include "DirectoryLocations.h"
+#include "PanelLaunch.h"
+#include "PreferenceWindowController.h"
+#include "SoundDialogs.h"
+#include "StoredSettings.h"
+#include "TestMain.h"
+#include "TitlelessPanel.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+using namespace desktop;
+using namespace PreferencesTest;
+
+namespace {
+
+QString soundFolder()
+{
+    return QDir(QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation).first())
+        .filePath(DirectoryLocations::executableName());
+}
+
+// Whether the screen shows the window as it draws itself: nearly every pixel of it the same.
+bool showsTheWindow(QWidget* window)
+{
+    if (!window || !window->isVisible())
+        return false;
+    const QImage own = window->grab().toImage().convertToFormat(QImage::Format_RGB32);
+    const QImage seen = screenPixels(QRect(window->mapToGlobal(QPoint(0, 0)), window->size()))
+                            .convertToFormat(QImage::Format_RGB32);
+    if (own.size() != seen.size() || own.isNull())
+        return false;
+    int same = 0;
+    for (int y = 0; y < own.height(); ++y)
+        for (int x = 0; x < own.width(); ++x)
+            same += own.pixel(x, y) == seen.pixel(x, y) ? 1 : 0;
+    return same > own.width() * own.height() * 95 / 100;
+}
+
+QList<QMessageBox*> visibleAlerts(const QString& text)
+{
+    QList<QMessageBox*> alerts;
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        auto* box = qobject_cast<QMessageBox*>(window);
+        if (box && box->isVisible() && box->text() == text)
+            alerts << box;
+    }
+    return alerts;
+}
+
+void clickAtPoint(QPoint point)
+{
+    xdotool({QStringLiteral("mousemove"), QString::number(point.x()), QString::number(point.y()),
+             QStringLiteral("click"), QStringLiteral("1")});
+}
+
+} // namespace
+
+class TestInSightOverShow : public QObject
+{
+    Q_OBJECT
+
+private:
+    QProcess m_show;
+    quint64 m_slides = 0;
+    std::unique_ptr<AppDelegate> m_delegate;
+
+    // A point of the show that none of this process's windows covers, with room for a window frame.
+    QPoint pointOnTheShowOnly() const
+    {
+        const QRect screen = geometryOf(m_slides);
+        for (int fy = 9; fy >= 1; --fy) {
+            for (int fx = 9; fx >= 1; --fx) {
+                const QPoint point(screen.x() + screen.width() * fx / 10,
+                                   screen.y() + screen.height() * fy / 10);
+                bool covered = false;
+                for (QWidget* window : QApplication::topLevelWidgets()) {
+                    if (window->isVisible() &&
+                        window->frameGeometry().adjusted(-40, -40, 40, 40).contains(point))
+                        covered = true;
+                }
+                if (!covered)
+                    return point;
+            }
+        }
+        return screen.bottomRight() - QPoint(2, 2);
+    }
+
+    // The presenter goes back to the slides with a click on them.
+    bool clickOnTheShow()
+    {
+        clickAtPoint(pointOnTheShowOnly());
+        return QTest::qWaitFor([this] { return keyboardWindow() == m_slides; }, 5000);
+    }
+
+    AppDelegate& launchAndStart()
+    {
+        m_delegate = testsupport::launchPanel({340, 120});
+        if (!QTest::qWaitForWindowExposed(m_delegate->panel()))
+            qWarning("panel not shown");
+        testsupport::typeAndReturn(*m_delegate, QStringLiteral("0:10:0"));
+        return *m_delegate;
+    }
+
+    // A click on the running time, where the screen shows it.
+    bool clickOnTheTimePauses()
+    {
+        QLineEdit* time = m_delegate->input();
+        clickAtPoint(time->mapToGlobal(time->rect().center()));
+        return QTest::qWaitFor([this] { return m_delegate->isPaused(); }, 5000);
+    }
+
+private slots:
+    void init()
+    {
+        StoredSettings::forgetAll();
+        m_show.start(QStringLiteral(FAKE_SLIDESHOW), {});
+        QVERIFY(m_show.waitForReadyRead(10000));
+        m_slides = m_show.readLine().trimmed().toULongLong();
+        QVERIFY(m_slides != 0);
+        xdotool({QStringLiteral("windowactivate"), QStringLiteral("--sync"), QString::number(m_slides)});
+        QTRY_COMPARE(keyboardWindow(), m_slides);
+        QTRY_COMPARE(geometryOf(m_slides).size(), QGuiApplication::primaryScreen()->size());
+    }
+
+    void cleanup()
+    {
+        m_delegate.reset();
+        m_show.closeWriteChannel();
+        if (!m_show.waitForFinished(3000))
+            m_show.kill();
+        m_show.waitForFinished();
+        StoredSettings::forgetAll();
+        QDir(soundFolder()).removeRecursively();
+    }
+
+    void theCopyErrorAlertStaysInSightAndThePanelStillPauses()
+    {
+        AppDelegate& d = launchAndStart();
+        QVERIFY(!d.isPaused());
+        PreferenceWindowController* prefs = openPreferencesFromMenu(d);
+        QVERIFY(prefs);
+        QVERIFY(QTest::qWaitForWindowExposed(prefs->prefsWindow()));
+
+        // A sound of a name the folder already holds cannot be copied.
+        QTemporaryDir sources;
+        const QString clash = QDir(sources.path()).filePath(QStringLiteral("School Bell.mp3"));
+        QVERIFY(writeFile(clash, QByteArray("another bell")));
+        QFileDialog* panel = openAddSoundPanel(*prefs);
+        QVERIFY(panel);
+        QVERIFY(chooseFile(panel, clash));
+        QTRY_COMPARE(visibleAlerts(QStringLiteral("Error")).size(), 1);
+        QMessageBox* alert = visibleAlerts(QStringLiteral("Error")).first();
+        QCOMPARE(alert->informativeText(), QStringLiteral("File copy error"));
+        QTRY_VERIFY(showsTheWindow(alert));
+
+        QVERIFY(clickOnTheShow());
+        QTest::qWait(300);
+        QTRY_VERIFY(showsTheWindow(alert));
+        QVERIFY(!d.isPaused());
+        QVERIFY(clickOnTheTimePauses());
+        // Still there, and answered with its button.
+        QTRY_VERIFY(showsTheWindow(alert));
+        const QPointer<QMessageBox> guard(alert);
+        QAbstractButton* ok = alertButton(alert, QStringLiteral("Ok"));
+        QVERIFY(ok);
+        clickAtPoint(ok->mapToGlobal(ok->rect().center()));
+        QTRY_VERIFY(!guard);
+    }
+
+    void theLaunchAlertsStayInSightAndThePanelStillPauses()
+    {
+        // The folder's path taken by a file: no built-in sound can be copied.
+        QVERIFY(QDir().mkpath(QFileInfo(soundFolder()).path()));
+        QVERIFY(writeFile(soundFolder(), "not a folder"));
+        AppDelegate& d = launchAndStart();
+        QTRY_VERIFY(!visibleAlerts(QStringLiteral("Info")).isEmpty());
+        QVERIFY(!d.isPaused());
+        // The launch alerts leave the keyboard with the show.
+        QVERIFY(keyboardStaysWith(m_slides, 500));
+        QVERIFY(clickOnTheShow());
+        QTest::qWait(300);
+        QList<QMessageBox*> alerts = visibleAlerts(QStringLiteral("Info"));
+        QVERIFY(!alerts.isEmpty());
+        QCOMPARE(alerts.first()->informativeText(), QStringLiteral("Default sound file copy error."));
+        // They lie on top of each other: the topmost one is seen whole.
+        QTRY_VERIFY(
+            std::any_of(alerts.begin(), alerts.end(), [](QMessageBox* box) { return showsTheWindow(box); }));
+        QVERIFY(clickOnTheTimePauses());
+        QVERIFY(
+            std::any_of(alerts.begin(), alerts.end(), [](QMessageBox* box) { return showsTheWindow(box); }));
+        QFile::remove(soundFolder());
+    }
+};
+
+BREVLIN_TEST_MAIN_WIDGETS(TestInSightOverShow)
+#include "tst_insightovershow.moc"
