@@ -4,9 +4,11 @@
 // click.
 #include "AppDelegate.h"
 #include "AppLaunch.h"
+#include "ColorWell.h"
 #include "DesktopDriver.h"
 #include "DirectoryLocations.h"
 #include "PanelLaunch.h"
+#include "PreferenceController.h"
 #include "PreferenceWindowController.h"
 #include "SoundDialogs.h"
 #include "StoredSettings.h"
@@ -14,6 +16,7 @@
 #include "TitlelessPanel.h"
 
 #include <QApplication>
+#include <QColorDialog>
 #include <QDir>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -181,6 +184,55 @@ private slots:
         QVERIFY(ok);
         clickAtPoint(ok->mapToGlobal(ok->rect().center()));
         QTRY_VERIFY(!guard);
+    }
+
+    void thePreferencesWindowStaysInSightAndTakesTyping()
+    {
+        AppDelegate& d = launchAndStart();
+        PreferenceWindowController* prefs = openPreferencesFromMenu(d);
+        QVERIFY(prefs);
+        QWidget* window = prefs->prefsWindow();
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        QTRY_VERIFY(showsTheWindow(window));
+
+        QVERIFY(clickOnTheShow());
+        QTest::qWait(300);
+        QTRY_VERIFY(showsTheWindow(window));
+
+        // A click into a field gives it the keyboard; what is typed lands there and is stored.
+        auto* warnAt = window->findChild<QLineEdit*>(QStringLiteral("warnAtField"));
+        QVERIFY(warnAt);
+        clickAtPoint(warnAt->mapToGlobal(warnAt->rect().center()));
+        QTRY_VERIFY(warnAt->hasFocus() && window->isActiveWindow());
+        xdotool({QStringLiteral("key"), QStringLiteral("ctrl+a")});
+        xdotool({QStringLiteral("type"), QStringLiteral("0:07:00")});
+        QTRY_COMPARE(warnAt->text(), QStringLiteral("0:07:00"));
+        QTRY_COMPARE(PreferenceController::preferenceWarnAt(), QStringLiteral("0:07:00"));
+
+        // Its colour dialog, opened with a click, is in sight over the show too, also after a click on it.
+        auto* well = window->findChild<ColorWell*>(QStringLiteral("bgColorWell"));
+        QVERIFY(well);
+        clickAtPoint(well->mapToGlobal(well->rect().center()));
+        QTRY_VERIFY(well->colorDialog() && well->colorDialog()->isVisible());
+        QColorDialog* dialog = well->colorDialog();
+        QTRY_VERIFY(showsTheWindow(dialog));
+        QVERIFY(clickOnTheShow());
+        QTest::qWait(300);
+        QTRY_VERIFY(showsTheWindow(dialog));
+        QTRY_VERIFY(showsTheWindow(window) || window->frameGeometry().intersects(dialog->frameGeometry()));
+        dialog->reject();
+        QTRY_VERIFY(!well->colorDialog());
+
+        // And so is the add button's file dialog.
+        QFileDialog* panel = openAddSoundPanel(*prefs);
+        QVERIFY(panel);
+        QTRY_VERIFY(showsTheWindow(panel));
+        QVERIFY(clickOnTheShow());
+        QTest::qWait(300);
+        QTRY_VERIFY(showsTheWindow(panel));
+        QVERIFY(cancelPanel(panel));
+        QVERIFY(!d.isPaused());
+        QVERIFY(clickOnTheTimePauses());
     }
 
     void theLaunchAlertsStayInSightAndThePanelStillPauses()
