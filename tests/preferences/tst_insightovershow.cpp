@@ -66,6 +66,14 @@ QList<QMessageBox*> visibleAlerts(const QString& text)
     return alerts;
 }
 
+// With BREVLIN_SHOTS_DIR set, what the screen shows is kept there under that name, to be looked at.
+void saveScreen(const QString& name)
+{
+    const QString folder = qEnvironmentVariable("BREVLIN_SHOTS_DIR");
+    if (!folder.isEmpty())
+        screenPixels(QGuiApplication::primaryScreen()->geometry()).save(QDir(folder).filePath(name));
+}
+
 void clickAtPoint(QPoint point)
 {
     xdotool({QStringLiteral("mousemove"), QString::number(point.x()), QString::number(point.y()),
@@ -175,6 +183,7 @@ private slots:
         QVERIFY(clickOnTheShow());
         QTest::qWait(300);
         QTRY_VERIFY(showsTheWindow(alert));
+        saveScreen(QStringLiteral("copy-error-over-show.png"));
         QVERIFY(!d.isPaused());
         QVERIFY(clickOnTheTimePauses());
         // Still there, and answered with its button.
@@ -198,6 +207,7 @@ private slots:
         QVERIFY(clickOnTheShow());
         QTest::qWait(300);
         QTRY_VERIFY(showsTheWindow(window));
+        saveScreen(QStringLiteral("preferences-over-show.png"));
 
         // A click into a field gives it the keyboard; what is typed lands there and is stored.
         auto* warnAt = window->findChild<QLineEdit*>(QStringLiteral("warnAtField"));
@@ -219,6 +229,7 @@ private slots:
         QVERIFY(clickOnTheShow());
         QTest::qWait(300);
         QTRY_VERIFY(showsTheWindow(dialog));
+        saveScreen(QStringLiteral("colour-dialog-over-show.png"));
         QTRY_VERIFY(showsTheWindow(window) || window->frameGeometry().intersects(dialog->frameGeometry()));
         dialog->reject();
         QTRY_VERIFY(!well->colorDialog());
@@ -230,9 +241,42 @@ private slots:
         QVERIFY(clickOnTheShow());
         QTest::qWait(300);
         QTRY_VERIFY(showsTheWindow(panel));
+        saveScreen(QStringLiteral("file-dialog-over-show.png"));
         QVERIFY(cancelPanel(panel));
         QVERIFY(!d.isPaused());
         QVERIFY(clickOnTheTimePauses());
+    }
+
+    void theDropShadowSwitchSwitchesThePanelsEdgeOnScreen()
+    {
+        AppDelegate& d = launchAndStart();
+        PreferenceWindowController* prefs = openPreferencesFromMenu(d);
+        QVERIFY(prefs);
+        QVERIFY(QTest::qWaitForWindowExposed(prefs->prefsWindow()));
+        QVERIFY(clickOnTheShow());
+        const QRect panel = d.panel()->geometry();
+        const QColor background = d.panel()->backgroundColor();
+        const QColor edge = TitlelessPanel::edgeColorFor(background);
+        // The middle of each side, as the screen shows it.
+        const auto sides = [&] {
+            const QImage seen = screenPixels(panel).convertToFormat(QImage::Format_RGB32);
+            const int w = seen.width() - 1, h = seen.height() - 1;
+            return QList<QRgb>{seen.pixel(w / 2, 0), seen.pixel(w, h / 2), seen.pixel(w / 2, h),
+                               seen.pixel(0, h / 2)};
+        };
+        const QList<QRgb> withEdge(4, edge.rgb());
+        const QList<QRgb> withoutEdge(4, background.rgb());
+        QVERIFY(prefs->dropShadowCheckbox()->isChecked());
+        QTRY_COMPARE(sides(), withEdge);
+        saveScreen(QStringLiteral("panel-shadow-on.png"));
+
+        click(prefs->dropShadowCheckbox());
+        QVERIFY(!PreferenceController::preferenceDropShadow());
+        QTRY_COMPARE(sides(), withoutEdge);
+        saveScreen(QStringLiteral("panel-shadow-off.png"));
+
+        click(prefs->dropShadowCheckbox());
+        QTRY_COMPARE(sides(), withEdge);
     }
 
     void theLaunchAlertsStayInSightAndThePanelStillPauses()
@@ -253,6 +297,7 @@ private slots:
         // They lie on top of each other: the topmost one is seen whole.
         QTRY_VERIFY(
             std::any_of(alerts.begin(), alerts.end(), [](QMessageBox* box) { return showsTheWindow(box); }));
+        saveScreen(QStringLiteral("launch-alerts-over-show.png"));
         QVERIFY(clickOnTheTimePauses());
         QVERIFY(
             std::any_of(alerts.begin(), alerts.end(), [](QMessageBox* box) { return showsTheWindow(box); }));
