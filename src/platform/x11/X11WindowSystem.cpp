@@ -11,7 +11,8 @@
 // watcher on a connection of its own (so that Qt's own handling of the root window is left alone) keeps
 // it on top and remembers which window the presenter was using. Windows that must stay managed (the
 // preferences window takes typing and has a frame) are made transients of the topmost full-screen
-// window instead, which openbox, xfwm4, metacity and marco stack above it; KWin does not.
+// window instead, which openbox and xfwm4 stack above it (only they are asked: metacity, marco and KWin
+// do not).
 
 #include "X11WindowSystem.h"
 
@@ -275,9 +276,9 @@ public:
     }
 
     /// Keeps a managed window above whichever full-screen window of another application is topmost, by
-    /// making it that window's transient (WM_TRANSIENT_FOR): openbox, metacity, marco and xfwm4 stack a
-    /// transient above its parent even when the parent is a focused full-screen window, whose layer no
-    /// "keep above" window reaches. Call after every show: Qt clears the property then.
+    /// making it that window's transient (WM_TRANSIENT_FOR): openbox and xfwm4 stack a transient above
+    /// its parent even when the parent is a focused full-screen window, whose layer no "keep above" window
+    /// reaches. Call after every show: Qt clears the property then.
     void keepOverFullScreen(xcb_window_t window)
     {
         if (m_netWmState == XCB_ATOM_NONE)
@@ -670,6 +671,15 @@ void activatePreviousWindowOn(xcb_connection_t* c)
         handOver(c, root, target, atoms->activeWindow);
 }
 
+/// Whether the window manager of that name stacks a transient above its parent when the parent is a focused
+/// full-screen window (tried with fake_slideshow: openbox and xfwm4 do; metacity, marco and KWin do not for
+/// the preferences window).
+bool stacksTransientsOverFullScreen(std::string_view windowManager)
+{
+    return equalsIgnoringAsciiCase(windowManager, "openbox") ||
+           equalsIgnoringAsciiCase(windowManager, "xfwm4");
+}
+
 void floatAboveEverythingOn(xcb_connection_t* c, xcb_window_t window)
 {
     const std::vector<xcb_atom_t> atoms =
@@ -725,10 +735,14 @@ void floatAboveEverythingOn(xcb_connection_t* c, xcb_window_t window)
         c, {sendClientMessage(c, root, window, netWmState, {netWmStateAdd, above, sticky, sourceApplication}),
             sendClientMessage(c, root, window, netWmDesktop, {allDesktops, sourceApplication})});
 
-    // "Above" loses to a focused full-screen window; a transient of it does not. A dialog of ours stays
-    // the transient of its own window, which carries it along.
+    // "Above" loses to a focused full-screen window; a transient of it does not, where the window manager
+    // stacks transients above their parents across layers. Metacity and marco keep the show on top even
+    // of its focused transient, which would then be hidden where it is seen today, so only the window
+    // managers known to do it are asked. A dialog of ours stays the transient of its own window, which
+    // carries it along.
     const QWindow* own = findOwnWindow(window);
-    if (own && !own->transientParent()) {
+    if (own && !own->transientParent() &&
+        stacksTransientsOverFullScreen(X11WindowSystem::windowManagerName())) {
         if (Watcher* watcher = Watcher::instance())
             watcher->keepOverFullScreen(window);
     }
