@@ -72,7 +72,10 @@ void ColorWell::openColorDialog()
         setColor(color);
         emit colorChosen();
     });
+    // OK: the colour is normally the one already shown and sent; only one that differs is sent again.
     connect(dialog, &QColorDialog::colorSelected, this, [this](const QColor& color) {
+        if (!color.isValid() || color == m_color)
+            return;
         setColor(color);
         emit colorChosen();
     });

@@ -7,8 +7,8 @@
 
 /// A button that shows a colour and opens a colour dialog to pick another. Setting the colour in code sends
 /// nothing. While the dialog is open, each colour the user moves to sets the well and sends colorChosen(), so
-/// the change can be seen at once; OK sends it once more for the colour kept, Cancel puts back the colour the
-/// well had when the dialog opened and sends it for that colour.
+/// the change can be seen at once; OK keeps the colour last sent, Cancel puts back the colour the well had
+/// when the dialog opened and sends colorChosen() for it.
 class ColorWell : public QPushButton
 {
     Q_OBJECT
