@@ -174,7 +174,8 @@ void AppDelegate::copyDefaultSoundAndLoadSelectedSound()
         if (!destination.isNull() && QFileInfo::exists(destination))
             continue;
         if (destination.isNull() || !QFile::copy(resources.filePath(name), destination))
-            SoundAlerts::showAlert(QStringLiteral("Info"), QStringLiteral("Default sound file copy error."));
+            SoundAlerts::showAlert(QStringLiteral("Info"),
+                                       QStringLiteral("Default sound file copy error."));
     }
     loadSound(m_timerData->selectedSoundName(), m_endSound, m_endSoundLoad);
     loadSound(m_timerData->reminderSoundName(), m_reminderSound, m_reminderSoundLoad);
