@@ -174,7 +174,7 @@ void AppDelegate::copyDefaultSoundAndLoadSelectedSound()
         if (!destination.isNull() && QFileInfo::exists(destination))
             continue;
         if (destination.isNull() || !QFile::copy(resources.filePath(name), destination))
-            SoundAlerts::showAlert(QStringLiteral("Info"),
+            SoundAlerts::runModalAlert(QStringLiteral("Info"),
                                        QStringLiteral("Default sound file copy error."));
     }
     loadSound(m_timerData->selectedSoundName(), m_endSound, m_endSoundLoad);

@@ -6,7 +6,6 @@
 #include "ExternalLinks.h"
 #include "Platform.h"
 #include "PreferenceController.h"
-#include "SoundAlerts.h"
 #include "SoundFileTypes.h"
 #include "SoundFolder.h"
 #include "SoundLoader.h"
@@ -103,13 +102,19 @@ protected:
 };
 
 // At the panel's level, on every desktop and over a slide show, like the panel itself: the presenter may
-// have added the sound while presenting. Modal to the preferences window only, so the panel still pauses
-// on a click whatever covers the alert.
-void showFileCopyErrorAlert(QWidget* preferencesWindow)
+// have added the sound while presenting.
+void runFileCopyErrorAlert()
 {
-    SoundAlerts::showFloatingAlert(QStringLiteral("Error"),
-                                   QStringLiteral("%1").arg(QStringLiteral("File copy error")),
-                                   preferencesWindow);
+    QMessageBox alert;
+    alert.setWindowModality(Qt::ApplicationModal);
+    alert.setText(QStringLiteral("Error"));
+    alert.setInformativeText(QStringLiteral("%1").arg(QStringLiteral("File copy error")));
+    // Not a standard button: Qt would title it "OK".
+    alert.setDefaultButton(alert.addButton(QStringLiteral("Ok"), QMessageBox::AcceptRole));
+    alert.setWindowFlag(Qt::WindowStaysOnTopHint);
+    alert.show();
+    platform::floatAboveEverything(alert.winId());
+    alert.exec();
 }
 
 } // namespace
@@ -588,7 +593,7 @@ void PreferenceWindowController::openPanelDidEnd(QFileDialog* panel, int result)
     // is copied, and on a worker thread: a FIFO, a device or a slow disk must not hold up the panel.
     const QString destination = SoundFolder::locationOfSound(name);
     if (destination.isNull()) {
-        showFileCopyErrorAlert(m_prefsWindow.get());
+        runFileCopyErrorAlert();
         return;
     }
     ++m_copiesInProgress;
@@ -597,7 +602,7 @@ void PreferenceWindowController::openPanelDidEnd(QFileDialog* panel, int result)
         if (copied)
             addCopiedSound(name);
         else
-            showFileCopyErrorAlert(m_prefsWindow.get());
+            runFileCopyErrorAlert();
     });
 }
 

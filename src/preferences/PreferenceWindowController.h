@@ -134,7 +134,7 @@ public slots:
     /// meanwhile, and each click opens a dialog of its own. A chosen file is copied into the sound folder
     /// under its own name, listed last and made the end sound; when the copy fails (a file of that name is
     /// there already, the source cannot be read, is not a regular file or is larger than a sound may be) an
-    /// "Error" alert, modal to this window only, says so and nothing changes. The copy runs on a worker thread; its
+    /// application-modal "Error" alert says so and nothing changes. The copy runs on a worker thread; its
     /// outcome arrives through the event loop, and not at all when the window's controller is gone by
     /// then.
     void addSoundClicked();

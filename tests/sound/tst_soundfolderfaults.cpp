@@ -189,14 +189,12 @@ private slots:
         QVERIFY(writeFile(soundFolder(), "not a folder"));
         AlertAnswerer answerer(QStringLiteral("Ok"));
         const auto d = launchSoundStep();
-        // Shown without holding up the launch, and answered from the event loop.
-        QTRY_COMPARE(int(answerer.seen.size()), int(builtInNames.size()));
+        QCOMPARE(int(answerer.seen.size()), int(builtInNames.size()));
         for (const SeenAlert& seen : answerer.seen) {
             QCOMPARE(seen.text, QStringLiteral("Info"));
             QCOMPARE(seen.informativeText, QStringLiteral("Default sound file copy error."));
             QCOMPARE(seen.buttons, QStringList(QStringLiteral("Ok")));
-            QCOMPARE(seen.modality, Qt::NonModal);
-            QVERIFY(seen.staysOnTop);
+            QCOMPARE(seen.modality, Qt::ApplicationModal);
         }
     }
 
@@ -272,7 +270,7 @@ private slots:
         QCOMPARE(answerer.seen[0].text, QStringLiteral("Error"));
         QCOMPARE(answerer.seen[0].informativeText, QStringLiteral("File copy error"));
         QCOMPARE(answerer.seen[0].buttons, QStringList(QStringLiteral("Ok")));
-        QCOMPARE(answerer.seen[0].modality, Qt::WindowModal);
+        QCOMPARE(answerer.seen[0].modality, Qt::ApplicationModal);
         QVERIFY(!QFileInfo::exists(inFolder(QStringLiteral("Long Gong.wav"))));
         expectWholeFilesOnly();
         QVERIFY(!items(c->soundFilesDropdownList()).contains(QStringLiteral("Long Gong.wav")));
@@ -321,7 +319,7 @@ private slots:
         QTRY_COMPARE(int(answerer.seen.size()), 1);
         QCOMPARE(answerer.seen[0].text, QStringLiteral("Error"));
         QCOMPARE(answerer.seen[0].informativeText, QStringLiteral("File copy error"));
-        QCOMPARE(answerer.seen[0].modality, Qt::WindowModal);
+        QCOMPARE(answerer.seen[0].modality, Qt::ApplicationModal);
         QVERIFY(!c->isAddingSound());
         QCOMPARE(QDir(soundFolder()).entryList(QDir::AllEntries | QDir::Hidden), folderBefore);
         QVERIFY(!QFileInfo::exists(inFolder(name)));
