@@ -19,7 +19,6 @@
 #include <QColorDialog>
 #include <QDir>
 #include <QLineEdit>
-#include <QMessageBox>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
