@@ -3,8 +3,9 @@
 #
 # start_virtual_display LOGDIR [:N]
 #   Starts Xvfb (1280x800x24, black root, no TCP) on display :N, or on a number it picks itself, then the window
-#   manager named by BREVLIN_WM (openbox unless set; also metacity, marco, xfwm4, kwin_x11), without a
-#   compositor or a session bus, and waits until it has announced itself on the root window. Exports
+#   manager named by BREVLIN_WM (openbox unless set; also metacity, marco, xfwm4, xfwm4-compositing,
+#   kwin_x11), without a compositor (but for xfwm4-compositing) or a session bus, and waits until it has
+#   announced itself on the root window. Exports
 #   DISPLAY and appends both process ids to the caller's `pids` array, which the caller kills on exit.
 #   Returns non-zero, with the log of what failed on stderr, when either does not come up.
 start_virtual_display() {
@@ -16,9 +17,12 @@ start_virtual_display() {
     marco) wm_command=(marco --replace --no-composite --sm-disable) ;;
     # xfwm4 reads its settings through xfconfd, which only a session bus starts.
     xfwm4) wm_command=(dbus-run-session -- xfwm4 --replace --compositor=off --sm-client-disable) ;;
+    # The same with its compositor, for what a compositing manager does to the windows' looks.
+    xfwm4-compositing)
+        wm_command=(dbus-run-session -- xfwm4 --replace --compositor=on --sm-client-disable) ;;
     kwin_x11) wm_command=(kwin_x11 --replace) ;;
     *)
-        echo "unknown window manager $wm (openbox, metacity, marco, xfwm4, kwin_x11)" >&2
+        echo "unknown window manager $wm (openbox, metacity, marco, xfwm4, xfwm4-compositing, kwin_x11)" >&2
         return 1
         ;;
     esac

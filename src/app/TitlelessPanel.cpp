@@ -93,7 +93,10 @@ void TitlelessPanel::takeKeyboard()
 
 bool TitlelessPanel::drawsOwnEdge() const
 {
-    return !platform::drawsWindowShadow(testAttribute(Qt::WA_WState_Created) ? winId() : 0, m_hasShadow);
+    // The edge stands in for the shadow where the window system draws none, so it follows the same
+    // setting: with the shadow off the panel is its background to the last pixel.
+    return m_hasShadow &&
+           !platform::drawsWindowShadow(testAttribute(Qt::WA_WState_Created) ? winId() : 0, m_hasShadow);
 }
 
 QColor TitlelessPanel::edgeColorFor(const QColor& background)

@@ -42,7 +42,8 @@ public:
     bool bypassesWindowManager() const { return m_bypassesWindowManager; }
     /// Gives the panel the keyboard, as the presenter's click into the time field asks.
     void takeKeyboard();
-    /// Whether the panel draws its own edge, because the window system draws no shadow around it.
+    /// Whether the panel draws its own edge: with the shadow on, where the window system draws none around
+    /// it.
     bool drawsOwnEdge() const;
     /// A shade of the background that stands out from it: darker on a light colour, lighter on a dark one.
     static QColor edgeColorFor(const QColor& background);

@@ -60,8 +60,8 @@ bool lendKeyboard(NativeWindow panel) noexcept;
 /// Turns the window system's drop shadow of the window on or off, where it draws one.
 void setWindowShadow(NativeWindow window, bool hasShadow) noexcept;
 
-/// Whether the window system draws a shadow around the window with this setting; where it does not, the
-/// panel draws its own edge so that it stands out from a slide of its own colour.
+/// Whether the window system draws a shadow around the window with this setting; where it does not and the
+/// setting is on, the panel draws its own edge so that it stands out from a slide of its own colour.
 bool drawsWindowShadow(NativeWindow window, bool hasShadow) noexcept;
 
 /// Lets the window system connection take a repaint of the whole panel, on the largest screen, in one

@@ -64,8 +64,25 @@ void ColorWell::openColorDialog()
     dialog->setOption(QColorDialog::DontUseNativeDialog);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setWindowTitle(accessibleName().isEmpty() ? tr("Colour") : accessibleName());
-    connect(dialog, &QColorDialog::colorSelected, this, [this](const QColor& color) {
+    m_colorBeforeDialog = m_color;
+    // Shown the moment the presenter moves to it, so the panel can be judged before choosing.
+    connect(dialog, &QColorDialog::currentColorChanged, this, [this](const QColor& color) {
+        if (!color.isValid() || color == m_color)
+            return;
         setColor(color);
+        emit colorChosen();
+    });
+    // OK: the colour is normally the one already shown and sent; only one that differs is sent again.
+    connect(dialog, &QColorDialog::colorSelected, this, [this](const QColor& color) {
+        if (!color.isValid() || color == m_color)
+            return;
+        setColor(color);
+        emit colorChosen();
+    });
+    connect(dialog, &QDialog::rejected, this, [this] {
+        if (m_color == m_colorBeforeDialog)
+            return;
+        setColor(m_colorBeforeDialog);
         emit colorChosen();
     });
     // Closed is gone, even before the deferred deletion: the next click opens a fresh dialog.

@@ -6,7 +6,9 @@
 #include <QPushButton>
 
 /// A button that shows a colour and opens a colour dialog to pick another. Setting the colour in code sends
-/// nothing; each colour the user picks (the dialog's OK) sets it and sends colorChosen() once.
+/// nothing. While the dialog is open, each colour the user moves to sets the well and sends colorChosen(), so
+/// the change can be seen at once; OK keeps the colour last sent, Cancel puts back the colour the well had
+/// when the dialog opened and sends colorChosen() for it.
 class ColorWell : public QPushButton
 {
     Q_OBJECT
@@ -36,4 +38,6 @@ private:
 
     QColor m_color{Qt::black};
     QPointer<QColorDialog> m_dialog;
+    // The well's colour when its dialog opened: what Cancel puts back.
+    QColor m_colorBeforeDialog;
 };

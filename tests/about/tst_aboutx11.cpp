@@ -7,6 +7,7 @@
 #include "DesktopDriver.h"
 #include "TestMain.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFrame>
 #include <QProcess>
@@ -108,6 +109,10 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         QTRY_VERIFY(showsTheWindow(window));
         QVERIFY(keyboardStaysWith(m_slides, 1000));
+        // With BREVLIN_SHOTS_DIR set, what the screen shows is kept there, to be looked at.
+        if (const QString shots = qEnvironmentVariable("BREVLIN_SHOTS_DIR"); !shots.isEmpty())
+            screenPixels(QGuiApplication::primaryScreen()->geometry())
+                .save(QDir(shots).filePath(QStringLiteral("about-over-show.png")));
 
         // A click on its close button closes it, and the show is seen again where it was.
         const QRect frame = window.frameGeometry();

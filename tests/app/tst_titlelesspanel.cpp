@@ -51,7 +51,7 @@ private slots:
     void aPanelWithoutAWindowSystemShadowDrawsItsEdge()
     {
         TitlelessPanel panel;
-        panel.setHasShadow(false);
+        panel.setHasShadow(true);
         QVERIFY(panel.drawsOwnEdge());
         const QImage image = shownPanel(panel, Qt::white);
         QVERIFY(!image.isNull());
@@ -65,10 +65,25 @@ private slots:
         QCOMPARE(image.pixelColor(1, 1), QColor(Qt::white));
     }
 
+    void withTheShadowOffThePanelHasNoEdge()
+    {
+        TitlelessPanel panel;
+        const QImage on = shownPanel(panel, Qt::white);
+        QCOMPARE(on.pixelColor(0, 0).rgb(), TitlelessPanel::edgeColorFor(Qt::white).rgb());
+        panel.setHasShadow(false);
+        QVERIFY(!panel.drawsOwnEdge());
+        const QImage image = panel.grab().toImage();
+        const int w = image.width() - 1;
+        const int h = image.height() - 1;
+        for (const QPoint& p :
+             {QPoint(0, 0), QPoint(w / 2, 0), QPoint(w, h / 2), QPoint(w / 2, h), QPoint(0, h), QPoint(w, h)})
+            QCOMPARE(image.pixelColor(p), QColor(Qt::white));
+    }
+
     void theEdgeFollowsTheBackground()
     {
         TitlelessPanel panel;
-        panel.setHasShadow(false);
+        panel.setHasShadow(true);
         shownPanel(panel, Qt::white);
         panel.setBackgroundColor(Qt::black);
         const QImage image = panel.grab().toImage();

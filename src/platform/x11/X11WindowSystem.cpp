@@ -9,7 +9,10 @@
 // and KWin, and raising does not beat it; an override-redirect window, raised again whenever the root's
 // stacking changes, stays in sight on all of them. So the panel bypasses the window manager, and a
 // watcher on a connection of its own (so that Qt's own handling of the root window is left alone) keeps
-// it on top and remembers which window the presenter was using.
+// it on top and remembers which window the presenter was using. Windows that must stay managed (the
+// preferences window takes typing and has a frame) are made transients of the topmost full-screen
+// window instead, which openbox and xfwm4 stack above it (only they are asked: metacity, marco and KWin
+// do not).
 
 #include "X11WindowSystem.h"
 
@@ -218,6 +221,9 @@ bool isOwnWindow(xcb_window_t window)
     return findOwnWindow(window) != nullptr;
 }
 
+xcb_window_t topmostFullScreenWindow(xcb_connection_t* c, const std::vector<std::uint32_t>& bottomToTop,
+                                     xcb_atom_t netWmState, xcb_atom_t fullScreen);
+
 class Watcher;
 QPointer<Watcher>& watcherSlot()
 {
@@ -269,6 +275,23 @@ public:
         raiseAll();
     }
 
+    /// Keeps a managed window above whichever full-screen window of another application is topmost, by
+    /// making it that window's transient (WM_TRANSIENT_FOR): openbox and xfwm4 stack a transient above
+    /// its parent even when the parent is a focused full-screen window, whose layer no "keep above" window
+    /// reaches. Call after every show: Qt clears the property then.
+    void keepOverFullScreen(xcb_window_t window)
+    {
+        if (m_netWmState == XCB_ATOM_NONE)
+            return;
+        const auto found = std::find_if(m_overFullScreen.begin(), m_overFullScreen.end(),
+                                        [window](const Follower& f) { return f.window == window; });
+        if (found == m_overFullScreen.end())
+            m_overFullScreen.push_back({window, XCB_WINDOW_NONE, false});
+        else
+            found->written = false;
+        followFullScreen();
+    }
+
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr*) override
     {
         if (eventType != "xcb_generic_event_t" || !message)
@@ -308,14 +331,23 @@ private:
         m_connection = c;
         m_root = screen->root;
         m_netActiveWindow = atoms[0];
+        const std::vector<xcb_atom_t> stackAtoms =
+            internAtoms(c, {"_NET_CLIENT_LIST", "_NET_CLIENT_LIST_STACKING", "_NET_WM_STATE",
+                            "_NET_WM_STATE_FULLSCREEN"});
+        if (!hasNone(stackAtoms)) {
+            m_clientList = stackAtoms[0];
+            m_clientListStacking = stackAtoms[1];
+            m_netWmState = stackAtoms[2];
+            m_fullScreen = stackAtoms[3];
+        }
         // Only this connection's own interest in the root window; Qt's is unaffected.
         const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
         collectErrors(c, {xcb_change_window_attributes_checked(c, m_root, XCB_CW_EVENT_MASK, &mask)});
         rememberActiveWindow();
         m_notifier = new QSocketNotifier(xcb_get_file_descriptor(c), QSocketNotifier::Read);
         QObject::connect(m_notifier, &QSocketNotifier::activated, this, [this] { readEvents(); });
-        // Events that arrived with the replies above are already off the socket, which therefore stays quiet
-        // about them.
+        // Events that arrived with the replies above are already off the socket, which therefore stays
+        // quiet about them.
         QMetaObject::invokeMethod(
             this, [this] { readEvents(); }, Qt::QueuedConnection);
         QCoreApplication::instance()->installNativeEventFilter(this);
@@ -324,6 +356,7 @@ private:
     void readEvents()
     {
         bool raise = false;
+        bool mappingChanged = false;
         while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection)) {
             switch (event->response_type & 0x7f) {
             case XCB_PROPERTY_NOTIFY: {
@@ -333,8 +366,8 @@ private:
                 break;
             }
             case XCB_CONFIGURE_NOTIFY: {
-                // Override-redirect windows are left alone: menus and tooltips belong above the panel, and
-                // two such windows raising each other would never stop.
+                // Override-redirect windows are left alone: menus and tooltips belong above the panel,
+                // and two such windows raising each other would never stop.
                 const auto* e = reinterpret_cast<const xcb_configure_notify_event_t*>(event);
                 raise |= e->event == m_root && !e->override_redirect && !keptOnTop(e->window);
                 break;
@@ -342,6 +375,12 @@ private:
             case XCB_MAP_NOTIFY: {
                 const auto* e = reinterpret_cast<const xcb_map_notify_event_t*>(event);
                 raise |= e->event == m_root && !e->override_redirect && !keptOnTop(e->window);
+                mappingChanged |= e->event == m_root && !e->override_redirect;
+                break;
+            }
+            case XCB_UNMAP_NOTIFY: {
+                const auto* e = reinterpret_cast<const xcb_unmap_notify_event_t*>(event);
+                mappingChanged |= e->event == m_root;
                 break;
             }
             case XCB_CIRCULATE_NOTIFY: {
@@ -352,6 +391,11 @@ private:
             case XCB_DESTROY_NOTIFY: {
                 const auto* e = reinterpret_cast<const xcb_destroy_notify_event_t*>(event);
                 m_onTop.erase(std::remove(m_onTop.begin(), m_onTop.end(), e->window), m_onTop.end());
+                m_overFullScreen.erase(
+                    std::remove_if(m_overFullScreen.begin(), m_overFullScreen.end(),
+                                   [e](const Follower& f) { return f.window == e->window; }),
+                    m_overFullScreen.end());
+                mappingChanged |= e->event == m_root;
                 break;
             }
             default:
@@ -362,6 +406,8 @@ private:
         }
         if (raise)
             raiseAll();
+        if (mappingChanged)
+            followFullScreen();
         if (xcb_connection_has_error(m_connection)) {
             // The server is gone; Qt's own connection will end the application.
             m_notifier->setEnabled(false);
@@ -381,6 +427,41 @@ private:
         xcb_flush(m_connection);
     }
 
+    /// Makes every window kept over full-screen ones the transient of the topmost full-screen window of
+    /// another application, or of none where there is no such window.
+    void followFullScreen()
+    {
+        // Windows of ours that are gone are followed no longer.
+        m_overFullScreen.erase(std::remove_if(m_overFullScreen.begin(), m_overFullScreen.end(),
+                                              [](const Follower& f) { return !isOwnWindow(f.window); }),
+                               m_overFullScreen.end());
+        if (m_overFullScreen.empty() || m_netWmState == XCB_ATOM_NONE)
+            return;
+        const xcb_get_property_cookie_t stackingCookie = xcb_get_property(
+            m_connection, 0, m_root, m_clientListStacking, XCB_ATOM_WINDOW, 0, maxListLength);
+        const xcb_get_property_cookie_t clientsCookie =
+            xcb_get_property(m_connection, 0, m_root, m_clientList, XCB_ATOM_WINDOW, 0, maxListLength);
+        const std::vector<std::uint32_t> stacking = values32(m_connection, stackingCookie, XCB_ATOM_WINDOW);
+        const std::vector<std::uint32_t> clients = values32(m_connection, clientsCookie, XCB_ATOM_WINDOW);
+        // As in the hand-back: a window manager that leaves the stacking list empty (xfwm4) gets the
+        // client list's order.
+        const xcb_window_t show = topmostFullScreenWindow(m_connection, stacking.empty() ? clients : stacking,
+                                                          m_netWmState, m_fullScreen);
+        for (Follower& follower : m_overFullScreen) {
+            if (follower.written && follower.transientFor == show)
+                continue;
+            if (show != XCB_WINDOW_NONE)
+                xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, follower.window,
+                                    XCB_ATOM_WM_TRANSIENT_FOR, XCB_ATOM_WINDOW, 32, 1, &show);
+            else
+                xcb_delete_property(m_connection, follower.window, XCB_ATOM_WM_TRANSIENT_FOR);
+            follower.transientFor = show;
+            follower.written = true;
+        }
+        // Errors for a window closed meanwhile come back as events, and readEvents() drops them.
+        xcb_flush(m_connection);
+    }
+
     void rememberActiveWindow()
     {
         const std::vector<std::uint32_t> active = values32(
@@ -393,6 +474,8 @@ private:
             m_previous = window;
             m_noneSincePrevious = false;
         }
+        // A show that takes the focus enters the window manager's full-screen layer only now.
+        followFullScreen();
         // A copy: the call may replace what is called.
         if (const std::function<void(std::uint32_t)> call = m_onActiveChange)
             call(window);
@@ -407,6 +490,19 @@ private:
     std::function<void(std::uint32_t)> m_onActiveChange;
     xcb_timestamp_t m_userTime = XCB_CURRENT_TIME;
     std::vector<xcb_window_t> m_onTop;
+
+    struct Follower
+    {
+        xcb_window_t window;
+        xcb_window_t transientFor;
+        // False until the property is written, and again after a show, at which Qt clears it.
+        bool written;
+    };
+    std::vector<Follower> m_overFullScreen;
+    xcb_atom_t m_clientList = XCB_ATOM_NONE;
+    xcb_atom_t m_clientListStacking = XCB_ATOM_NONE;
+    xcb_atom_t m_netWmState = XCB_ATOM_NONE;
+    xcb_atom_t m_fullScreen = XCB_ATOM_NONE;
 };
 
 xcb_timestamp_t userTime()
@@ -457,7 +553,8 @@ unsigned long& windowListReadCount()
     return count;
 }
 
-/// The atoms the hand-back uses, interned once per connection: an atom never changes while the server runs.
+/// The atoms the hand-back uses, interned once per connection: an atom never changes while the server
+/// runs.
 struct HandBackAtoms
 {
     xcb_atom_t clientList = XCB_ATOM_NONE;
@@ -574,6 +671,15 @@ void activatePreviousWindowOn(xcb_connection_t* c)
         handOver(c, root, target, atoms->activeWindow);
 }
 
+/// Whether the window manager of that name stacks a transient above its parent when the parent is a focused
+/// full-screen window (tried with fake_slideshow: openbox and xfwm4 do; metacity, marco and KWin do not for
+/// the preferences window).
+bool stacksTransientsOverFullScreen(std::string_view windowManager)
+{
+    return equalsIgnoringAsciiCase(windowManager, "openbox") ||
+           equalsIgnoringAsciiCase(windowManager, "xfwm4");
+}
+
 void floatAboveEverythingOn(xcb_connection_t* c, xcb_window_t window)
 {
     const std::vector<xcb_atom_t> atoms =
@@ -628,6 +734,18 @@ void floatAboveEverythingOn(xcb_connection_t* c, xcb_window_t window)
     collectErrors(
         c, {sendClientMessage(c, root, window, netWmState, {netWmStateAdd, above, sticky, sourceApplication}),
             sendClientMessage(c, root, window, netWmDesktop, {allDesktops, sourceApplication})});
+
+    // "Above" loses to a focused full-screen window; a transient of it does not, where the window manager
+    // stacks transients above their parents across layers. Metacity and marco keep the show on top even
+    // of its focused transient, which would then be hidden where it is seen today, so only the window
+    // managers known to do it are asked. A dialog of ours stays the transient of its own window, which
+    // carries it along.
+    const QWindow* own = findOwnWindow(window);
+    if (own && !own->transientParent() &&
+        stacksTransientsOverFullScreen(X11WindowSystem::windowManagerName())) {
+        if (Watcher* watcher = Watcher::instance())
+            watcher->keepOverFullScreen(window);
+    }
 }
 
 /// The root window of the connection's first screen; XCB_WINDOW_NONE if it has none.
