@@ -81,21 +81,13 @@ private:
 private slots:
     void init()
     {
-        m_show.start(QStringLiteral(FAKE_SLIDESHOW), {});
-        QVERIFY(m_show.waitForReadyRead(10000));
-        m_slides = m_show.readLine().trimmed().toULongLong();
+        m_slides = startFocusedFullScreenShow(m_show, QStringLiteral(FAKE_SLIDESHOW));
         QVERIFY(m_slides != 0);
-        xdotool({QStringLiteral("windowactivate"), QStringLiteral("--sync"), QString::number(m_slides)});
-        QTRY_COMPARE(keyboardWindow(), m_slides);
-        QTRY_COMPARE(geometryOf(m_slides).size(), QGuiApplication::primaryScreen()->size());
     }
 
     void cleanup()
     {
-        m_show.closeWriteChannel();
-        if (!m_show.waitForFinished(3000))
-            m_show.kill();
-        m_show.waitForFinished();
+        endShow(m_show);
         xdotool({QStringLiteral("set_desktop"), QStringLiteral("0")});
         m_app.kill();
         m_app.waitForFinished();

@@ -128,22 +128,14 @@ private slots:
     void init()
     {
         StoredSettings::forgetAll();
-        m_show.start(QStringLiteral(FAKE_SLIDESHOW), {});
-        QVERIFY(m_show.waitForReadyRead(10000));
-        m_slides = m_show.readLine().trimmed().toULongLong();
+        m_slides = startFocusedFullScreenShow(m_show, QStringLiteral(FAKE_SLIDESHOW));
         QVERIFY(m_slides != 0);
-        xdotool({QStringLiteral("windowactivate"), QStringLiteral("--sync"), QString::number(m_slides)});
-        QTRY_COMPARE(keyboardWindow(), m_slides);
-        QTRY_COMPARE(geometryOf(m_slides).size(), QGuiApplication::primaryScreen()->size());
     }
 
     void cleanup()
     {
         m_delegate.reset();
-        m_show.closeWriteChannel();
-        if (!m_show.waitForFinished(3000))
-            m_show.kill();
-        m_show.waitForFinished();
+        endShow(m_show);
         StoredSettings::forgetAll();
         QDir(soundFolder()).removeRecursively();
     }

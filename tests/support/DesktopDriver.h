@@ -159,4 +159,33 @@ inline quint64 startPanel(QProcess& app, const QString& program)
     return panel;
 }
 
+/// Starts a stand-in slide show (it prints its window's id and runs until its input ends), gives it the
+/// keyboard and waits until it covers the whole screen. Its window, or 0 when any of that did not happen.
+inline quint64 startFocusedFullScreenShow(QProcess& show, const QString& program)
+{
+    show.start(program, {});
+    if (!show.waitForReadyRead(10000))
+        return 0;
+    const quint64 slides = show.readLine().trimmed().toULongLong();
+    if (slides == 0)
+        return 0;
+    xdotool({QStringLiteral("windowactivate"), QStringLiteral("--sync"), QString::number(slides)});
+    const bool ready = QTest::qWaitFor(
+        [slides] {
+            return keyboardWindow() == slides &&
+                   geometryOf(slides).size() == QGuiApplication::primaryScreen()->size();
+        },
+        5000);
+    return ready ? slides : 0;
+}
+
+/// Ends a show started with startFocusedFullScreenShow(): its input closed, killed if it lingers.
+inline void endShow(QProcess& show)
+{
+    show.closeWriteChannel();
+    if (!show.waitForFinished(3000))
+        show.kill();
+    show.waitForFinished();
+}
+
 } // namespace desktop
