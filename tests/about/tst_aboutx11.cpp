@@ -24,15 +24,7 @@ namespace {
 // Whether the screen shows the window as it draws itself: nearly every pixel of its frame the same.
 bool showsTheWindow(QWidget& window)
 {
-    const QImage own = window.grab().toImage().convertToFormat(QImage::Format_RGB32);
-    const QImage seen = screenPixels(window.frameGeometry()).convertToFormat(QImage::Format_RGB32);
-    if (own.size() != seen.size() || own.isNull())
-        return false;
-    int same = 0;
-    for (int y = 0; y < own.height(); ++y)
-        for (int x = 0; x < own.width(); ++x)
-            same += own.pixel(x, y) == seen.pixel(x, y) ? 1 : 0;
-    return same > own.width() * own.height() * 95 / 100;
+    return screenShows(window.grab().toImage(), window.frameGeometry());
 }
 
 } // namespace

@@ -40,18 +40,8 @@ QString soundFolder()
 // Whether the screen shows the window as it draws itself: nearly every pixel of it the same.
 bool showsTheWindow(QWidget* window)
 {
-    if (!window || !window->isVisible())
-        return false;
-    const QImage own = window->grab().toImage().convertToFormat(QImage::Format_RGB32);
-    const QImage seen = screenPixels(QRect(window->mapToGlobal(QPoint(0, 0)), window->size()))
-                            .convertToFormat(QImage::Format_RGB32);
-    if (own.size() != seen.size() || own.isNull())
-        return false;
-    int same = 0;
-    for (int y = 0; y < own.height(); ++y)
-        for (int x = 0; x < own.width(); ++x)
-            same += own.pixel(x, y) == seen.pixel(x, y) ? 1 : 0;
-    return same > own.width() * own.height() * 95 / 100;
+    return window && window->isVisible() &&
+           screenShows(window->grab().toImage(), QRect(window->mapToGlobal(QPoint(0, 0)), window->size()));
 }
 
 // With BREVLIN_SHOTS_DIR set, what the screen shows is kept there under that name, to be looked at.

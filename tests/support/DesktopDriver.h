@@ -159,6 +159,21 @@ inline quint64 startPanel(QProcess& app, const QString& program)
     return panel;
 }
 
+/// Whether the screen shows a window as it draws itself (its grab), in that area of the screen: nearly
+/// every pixel the same.
+inline bool screenShows(const QImage& picture, const QRect& area)
+{
+    const QImage own = picture.convertToFormat(QImage::Format_RGB32);
+    const QImage seen = screenPixels(area).convertToFormat(QImage::Format_RGB32);
+    if (own.size() != seen.size() || own.isNull())
+        return false;
+    int same = 0;
+    for (int y = 0; y < own.height(); ++y)
+        for (int x = 0; x < own.width(); ++x)
+            same += own.pixel(x, y) == seen.pixel(x, y) ? 1 : 0;
+    return same > own.width() * own.height() * 95 / 100;
+}
+
 /// Starts a stand-in slide show (it prints its window's id and runs until its input ends), gives it the
 /// keyboard and waits until it covers the whole screen. Its window, or 0 when any of that did not happen.
 inline quint64 startFocusedFullScreenShow(QProcess& show, const QString& program)
